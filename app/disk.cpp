@@ -1,0 +1,16 @@
+#include "disk.h"
+
+Disk::Disk(QObject *parent) : QObject(parent) {}
+
+Disk::Disk(const Disk &other) : QObject(nullptr)
+{
+    setPartition(other.partition());
+    setCapability(other.capability());
+    setUsecapability(other.usecapability());
+    setRatio(other.ratio());
+}
+
+QString Disk::availablecapability() const
+{
+    return QString::number(m_capability.toDouble() - m_usecapability.toDouble(), 'f', 1);
+}

@@ -1,0 +1,53 @@
+// Process entry of the hardware check: one window, one model, the event loop.
+#include <QApplication>
+#include <QIcon>
+#include <QQmlApplicationEngine>
+#include <QTranslator>
+#include <QUrl>
+#include <QtQml>
+
+#include "disk.h"
+#include "internationalization.h"
+#include "probix.h"
+#include "themeobject.h"
+
+// A test-only build points this at a document that cannot load; the shipped
+// program always loads the window below.
+#ifndef PROBIX_DOCUMENT
+#define PROBIX_DOCUMENT "qrc:/qml/main.qml"
+#endif
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QApplication app(argc, argv);
+    QApplication::setWindowIcon(QIcon(":/image/probix.ico"));
+
+    if (Internationalization::instance()->isEnglish()) {
+        auto *translator = new QTranslator(QCoreApplication::instance());
+        if (translator->load(":/probix_en.qm", "", "", ""))
+            QCoreApplication::installTranslator(translator);
+        else
+            delete translator;
+    }
+
+    qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
+    qmlRegisterType<Probix>("com.virtual.vdi", 1, 0, "Probix");
+    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
+    // Kept on purpose: the name "ServerInfo" is bound to Disk; the real
+    // ServerInfo reaches QML only through Probix::serverinfo.
+    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "ServerInfo");
+
+    QQmlApplicationEngine engine;
+    const QUrl url(QStringLiteral(PROBIX_DOCUMENT));
+    // Queued, because an exit() before exec() has started would be lost.
+    QObject::connect(
+        &engine, &QQmlApplicationEngine::objectCreated, &app,
+        [url](QObject *object, const QUrl &objectUrl) {
+            if (!object && url == objectUrl)
+                QCoreApplication::exit(-1);
+        },
+        Qt::QueuedConnection);
+    engine.load(url);
+    return QApplication::exec();
+}

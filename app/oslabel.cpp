@@ -1,0 +1,6 @@
+#include "oslabel.h"
+
+QString operatingSystemLabel()
+{
+    return QString();
+}

@@ -1,0 +1,6 @@
+#include "cpu.h"
+
+std::uint64_t getCpuFrequency()
+{
+    return 0;
+}

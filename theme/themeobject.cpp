@@ -1,0 +1,3 @@
+#include "themeobject.h"
+
+ThemeObject::ThemeObject(QObject *parent) : QObject(parent) {}
