@@ -7,7 +7,7 @@ export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -q
 $SUDO apt-get install -y -q --no-install-recommends \
   cmake g++ make pkg-config \
-  qtbase5-dev qtdeclarative5-dev qtquickcontrols2-5-dev qttools5-dev qttools5-dev-tools \
+  qtbase5-dev qtdeclarative5-dev qtquickcontrols2-5-dev qttools5-dev qttools5-dev-tools qtdeclarative5-dev-tools \
   qml-module-qtquick2 qml-module-qtquick-window2 qml-module-qtquick-controls2 \
   qml-module-qtquick-templates2 qml-module-qtquick-layouts qml-module-qtquick-dialogs \
   qml-module-qtgraphicaleffects libqt5svg5 \
