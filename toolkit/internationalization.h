@@ -1,6 +1,8 @@
-// The one decision between the Chinese source texts and the English translation.
+// Is the terminal's language English? The desktop client's language file
+// decides; where it is missing or says "Auto", the system locale does.
 #pragma once
 #include <QObject>
+#include <QString>
 
 class Internationalization : public QObject
 {
@@ -8,8 +10,16 @@ class Internationalization : public QObject
 
 public:
     static Internationalization *instance();
-    bool isEnglish() const;
+
+    QString language();
+    QString systemLanguage();
+    bool isEnglish();
+
+    bool useProgramData() const { return m_useProgramData; }
+    void setUseProgramData(bool use) { m_useProgramData = use; }
 
 private:
     explicit Internationalization(QObject *parent = nullptr);
+
+    bool m_useProgramData = false;
 };
