@@ -1,0 +1,31 @@
+// mySystem: how the toolkit runs command lines, and what it knows about the terminal
+// it runs on (processor family, operating system, installed client product, whether
+// privileged commands need "sudo"). Nothing here keeps state between calls.
+#pragma once
+#include <QString>
+
+namespace mySystem
+{
+
+// Command execution. Every child starts in a session of its own.
+bool isRoot();
+void mySystem(const QString &cmd);
+void execBashCmd(const QString &cmd);
+QString startProc(const QString &cmd, const QString &unused, int timeoutMs = -1,
+                  const QString &workDir = QString());
+void startDetached(const QString &cmd, int seconds);
+QString start(const QString &cmd, int timeoutMs = -1, const QString &workDir = QString());
+
+// Platform identification. The file arguments exist so that tests can point at their
+// own copies; callers leave them at their defaults.
+bool isArmCpu();
+bool isUos();
+bool isCorvex(const QString &corvexMarker = QStringLiteral("/etc/corvex-version"));
+QString getOsName(const QString &corvexMarker = QStringLiteral("/etc/corvex-version"));
+QString getCpuArch();
+// An empty configFile means the agent's "config.ini" beside the running program.
+QString getClientProductName(const QString &configFile = QString());
+QString getSudoPrefix(const QString &osTypeFile = QStringLiteral("/etc/os-type"));
+QString getDeviceModel();
+
+} // namespace mySystem
