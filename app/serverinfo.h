@@ -1,7 +1,13 @@
-// Which management server the desktop client is configured for, and whether it answers.
+// Which management server the desktop client is configured for, and whether it
+// answers. The client's settings file is read again at every check, so a
+// changed address reaches the window within one refresh.
 #pragma once
 #include <QObject>
 #include <QString>
+
+#include <atomic>
+
+class DeskLinkWorker;
 
 class ServerInfo : public QObject
 {
@@ -12,12 +18,19 @@ class ServerInfo : public QObject
 
 public:
     explicit ServerInfo(QObject *parent = nullptr);
+    ~ServerInfo() override;
 
     QString ip() const { return m_ip; }
     QString port() const { return m_port; }
-    bool available() const { return m_available; }
+    bool available() const { return m_available.load(std::memory_order_relaxed); }
 
     void checkServerAvailable();
+    void reloadSettings();
+    void queryServer();
+
+    // The worker that answers for the current server, or null before the first
+    // usable address; for inspection only.
+    const DeskLinkWorker *worker() const { return m_worker; }
 
 signals:
     void serverInfoChanged();
@@ -25,5 +38,8 @@ signals:
 private:
     QString m_ip;
     QString m_port;
-    bool m_available = false;
+    QString m_certificatePath;
+    // Written by the worker's reply on its own thread, read by the window.
+    std::atomic<bool> m_available{false};
+    DeskLinkWorker *m_worker = nullptr;
 };
