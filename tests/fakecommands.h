@@ -111,7 +111,10 @@ public:
     }
 
 private:
-    static void catchMessage(QtMsgType, const QMessageLogContext &, const QString &text) { messages() << text; }
+    static void catchMessage(QtMsgType, const QMessageLogContext &, const QString &text)
+    {
+        messages() << text;
+    }
 
     QTemporaryDir m_dir;
     QByteArray m_originalPath;
