@@ -80,17 +80,28 @@ QString TestStartup::xdotool(const QStringList &arguments, int timeoutMs)
 void TestStartup::closeButtonEndsWithZero_data()
 {
     QTest::addColumn<bool>("withoutCjkFonts");
-    QTest::newRow("usual fonts") << false;
-    QTest::newRow("no CJK font installed") << true;
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("title");
+    const QString chinese = QString::fromUtf8("硬件检测");
+    QTest::newRow("usual fonts") << false << "Chinese" << chinese;
+    QTest::newRow("no CJK font installed") << true << "Chinese" << chinese;
+    QTest::newRow("English language file") << false << "English" << "Hardware detection";
 }
 
 void TestStartup::closeButtonEndsWithZero()
 {
     QFETCH(bool, withoutCjkFonts);
+    QFETCH(QString, language);
+    QFETCH(QString, title);
     if (QStandardPaths::findExecutable("xdotool").isEmpty())
         QSKIP("xdotool is not installed (scripts/setup.sh installs it)");
 
     QTemporaryDir home;
+    QDir(home.path()).mkpath("Documents/Tessera");
+    QFile languageFile(home.filePath("Documents/Tessera/language_installed.ini"));
+    QVERIFY(languageFile.open(QIODevice::WriteOnly));
+    languageFile.write("[System]\nLanguage=" + language.toUtf8() + "\n");
+    languageFile.close();
     QProcess probix;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", home.path());
@@ -111,7 +122,7 @@ void TestStartup::closeButtonEndsWithZero()
 
     const QString id = xdotool({"search", "--sync", "--onlyvisible", "--pid", QString::number(probix.processId())});
     QVERIFY2(!id.isEmpty(), "no window appeared");
-    QCOMPARE(xdotool({"getwindowname", id}), QString::fromUtf8("硬件检测"));
+    QCOMPARE(xdotool({"getwindowname", id}), title);
     const QString geometry = xdotool({"getwindowgeometry", id});
     QVERIFY2(geometry.contains("740x570"), qPrintable(geometry));
 
