@@ -244,7 +244,9 @@ void TestPlatform::getClientProductName()
     QFETCH(QByteArray, ini);
     QFETCH(QString, name);
     QFETCH(QString, read);
-    const QString path = tmp.filePath("config.ini");
+    // A file of its own per row: QSettings keeps parsed files by path, size and
+    // time stamp, and two rows of equal length written within one second look alike.
+    const QString path = tmp.filePath(QString("config-%1.ini").arg(QTest::currentDataTag()).replace(' ', '-'));
     QFile::remove(path);
     if (exists)
         QVERIFY(writeFile(path, ini));
