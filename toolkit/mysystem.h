@@ -1,7 +1,9 @@
 // mySystem: how the toolkit runs command lines, and what it knows about the terminal
 // it runs on (processor family, operating system, installed client product, whether
-// privileged commands need "sudo"). Nothing here keeps state between calls.
+// privileged commands need "sudo"); it also finds and ends processes by name and
+// restarts the machine. Nothing here keeps state between calls.
 #pragma once
+#include <QList>
 #include <QString>
 
 namespace mySystem
@@ -28,4 +30,17 @@ QString getClientProductName(const QString &configFile = QString());
 QString getSudoPrefix(const QString &osTypeFile = QStringLiteral("/etc/os-type"));
 QString getDeviceModel();
 
+// Process control and power. A name goes into the command lines exactly as given,
+// so any quoting is the caller's business.
+bool isProcessRunningOnLinux(const QString &name);
+void killProcessByName(const QString &name);
+int countProcessLines(const QString &name);
+QList<uint> getProcessMemory(const QString &name);
+uint getSystemMemoryTotal();
+uint getSystemMemoryAvailable();
+void reboot();
+
 } // namespace mySystem
+
+// Waits the given number of seconds while the event loop keeps running.
+void delaySeconds(unsigned seconds);

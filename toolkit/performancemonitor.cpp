@@ -3,6 +3,7 @@
 #include <QMap>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QNetworkInterface>
 #include <QStringList>
 #include <QThread>
 
@@ -33,6 +34,8 @@ const QString kDiskStatsCommand = QStringLiteral(R"(cat /proc/diskstats | awk '{
 const QString kPartitionsCommand =
     QStringLiteral(R"(lsblk -nbl -o NAME,SIZE,MOUNTPOINT,RM | awk '{if(($3!="")&&($4==0)){print $1,$2}}')");
 const QString kDfCommand = QStringLiteral("df -hk");
+const QString kTopCommand = QStringLiteral("top -bn 1");
+const QString kNetDevCommand = QStringLiteral("cat /proc/net/dev");
 
 CpuSample readCpuSample()
 {
@@ -42,6 +45,22 @@ CpuSample readCpuSample()
 bool readDiskStats(const QString &name, DiskCounters &counters)
 {
     return diskStatsCounters(mySystem::start(kDiskStatsCommand.arg(name)), counters);
+}
+
+// No shell: the line is split into program and arguments as the one-string
+// QProcess::start would do it. Whatever the command printed within the wait is read.
+void runWithoutShell(SessionProcess &process, const QString &commandLine)
+{
+    QStringList arguments = QProcess::splitCommand(commandLine);
+    const QString program = arguments.takeFirst();
+    process.start(program, arguments, QIODevice::ReadWrite);
+    process.waitForFinished(30000);
+}
+
+void skipLines(QIODevice &device, int count)
+{
+    for (int i = 0; i < count; ++i)
+        device.readLine();
 }
 
 } // namespace
@@ -194,5 +213,73 @@ void PerformanceMonitor::getLogicalDiskInfo(QList<QSharedPointer<LogicalDisk>> &
         const QSharedPointer<LogicalDisk> disk = logicalDisk(QString::fromLocal8Bit(df.readLine()), sizes);
         if (disk)
             list.append(disk);
+    }
+}
+
+void PerformanceMonitor::getProcessInfo(QList<QSharedPointer<ProcessInfo>> &list)
+{
+    SessionProcess top;
+    runWithoutShell(top, kTopCommand);
+    // Five summary lines, the blank line and the column header.
+    skipLines(top, 7);
+    while (!top.atEnd()) {
+        const QSharedPointer<ProcessInfo> process = processInfo(QString::fromLocal8Bit(top.readLine()));
+        if (!process)
+            continue;
+        process->memoryUseCapability = memoryUseCapability(process->memoryRatio, getMemoryTotalKb());
+        list.append(process);
+    }
+}
+
+void PerformanceMonitor::getNetworkInfo(QList<QSharedPointer<Network>> &list)
+{
+    QMap<QString, QSharedPointer<Network>> interfaces;
+    const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &netInterface : all) {
+        const InterfaceCheck check = checkInterface(netInterface.name(), netInterface.hardwareAddress(),
+                                                    int(netInterface.flags()), int(netInterface.type()));
+        if (check.warning)
+            toolkitlog::tag(qWarning(), "getNetworkInfo").noquote() << check.message;
+        else
+            toolkitlog::tag(qDebug(), "getNetworkInfo").noquote() << check.message;
+        if (!check.collect)
+            continue;
+        auto network = QSharedPointer<Network>::create();
+        network->mac = netInterface.hardwareAddress();
+        interfaces.insert(netInterface.name(), network);
+    }
+
+    // One process object for both samples, closed and started again in between.
+    SessionProcess cat;
+    runWithoutShell(cat, kNetDevCommand);
+    skipLines(cat, 2); // the two header lines
+    while (!cat.atEnd()) {
+        InterfaceBytes bytes;
+        if (!interfaceBytes(QString::fromLocal8Bit(cat.readLine()), bytes))
+            continue;
+        const auto network = interfaces.constFind(bytes.name);
+        if (network == interfaces.constEnd())
+            continue;
+        (*network)->receivedBytes = bytes.received;
+        (*network)->sentBytes = bytes.sent;
+    }
+    cat.close();
+
+    QThread::msleep(10);
+
+    runWithoutShell(cat, kNetDevCommand);
+    skipLines(cat, 2);
+    while (!cat.atEnd()) {
+        InterfaceBytes bytes;
+        if (!interfaceBytes(QString::fromLocal8Bit(cat.readLine()), bytes))
+            continue;
+        const auto network = interfaces.constFind(bytes.name);
+        if (network == interfaces.constEnd())
+            continue;
+        // An interface missing from the first sample still has zero counters, so its
+        // whole count shows up as throughput.
+        (*network)->netThroughputReceive = throughput((*network)->receivedBytes, bytes.received);
+        (*network)->netThroughputSend = throughput((*network)->sentBytes, bytes.sent);
+        list.append(*network);
     }
 }

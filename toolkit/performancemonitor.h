@@ -40,6 +40,27 @@ struct LogicalDisk {
     QString ratio;
 };
 
+// One process of a top snapshot. Every field is text as top prints it, except the
+// memory figure, which is worked out from %MEM and the installed memory.
+struct ProcessInfo {
+    QString userName;
+    QString pid;
+    QString processName;
+    QString cpuRatio;
+    QString memoryRatio;
+    QString memoryUseCapability;
+};
+
+// One network interface measured over a short interval: throughput texts in binary
+// megabytes per second, and the byte counters of the first sample.
+struct Network {
+    QString mac;
+    QString netThroughputReceive;
+    QString netThroughputSend;
+    quint64 receivedBytes = 0;
+    quint64 sentBytes = 0;
+};
+
 class PerformanceMonitor : public QObject
 {
     Q_OBJECT
@@ -60,6 +81,10 @@ public:
 
     static void getPhysicalDiskInfo(QList<QSharedPointer<PhysicalDisk>> &list);
     static void getLogicalDiskInfo(QList<QSharedPointer<LogicalDisk>> &list);
+
+    // Both append to the list and never clear it.
+    static void getProcessInfo(QList<QSharedPointer<ProcessInfo>> &list);
+    static void getNetworkInfo(QList<QSharedPointer<Network>> &list);
 
     // Last load of updateCpuUsage in percent, or -1.0. Left unset by the constructor on
     // purpose: it means nothing before the first updateCpuUsage, which writes it first.

@@ -1,14 +1,15 @@
 #include "performanceparsers.h"
 
+#include <QNetworkInterface>
 #include <QStringList>
 
 namespace
 {
 
-constexpr double kKbToGb = 9.5367431640625e-07;      // 1 / 2^20
+constexpr double kKbToGb = 9.5367431640625e-07;      // 1 / 2^20, also bytes to MB
 constexpr double kBytesToGb = 9.313225746154785e-10; // 1 / 2^30
 constexpr double kMbToGb = 0.0009765625;             // 1 / 1024
-// The sleep between the two disk samples, in milliseconds. The real gap is longer
+// The sleep between the two disk or network samples, in milliseconds. The real gap is longer
 // (the commands run in between) and is deliberately not measured.
 constexpr double kNominalIntervalMs = 10.0;
 
@@ -189,6 +190,76 @@ QSharedPointer<LogicalDisk> logicalDisk(const QString &dfLine, const QMap<QStrin
     percent.chop(1);
     disk->ratio = sampleText(percent.toDouble() / 100.0);
     return disk;
+}
+
+QSharedPointer<ProcessInfo> processInfo(const QString &topLine)
+{
+    QString line = topLine;
+    line.remove(QLatin1Char('\n'));
+    const QStringList pieces = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    // Pieces past the twelfth are dropped: a command with arguments keeps its first word.
+    if (pieces.size() < 12)
+        return {};
+    auto process = QSharedPointer<ProcessInfo>::create();
+    process->userName = pieces.at(1);
+    process->pid = pieces.at(0);
+    process->processName = pieces.at(11);
+    process->cpuRatio = pieces.at(8);
+    process->memoryRatio = pieces.at(9);
+    return process;
+}
+
+QString memoryUseCapability(const QString &memoryRatio, quint64 memoryTotalKb)
+{
+    // %MEM is a percentage yet is not divided by 100, so the figure is a hundred times
+    // the process's share in kB. Kept on purpose: the figure has always had this scale.
+    return sampleText(memoryRatio.toDouble() * static_cast<double>(memoryTotalKb));
+}
+
+InterfaceCheck checkInterface(const QString &name, const QString &mac, int flags, int type)
+{
+    InterfaceCheck check;
+    const auto message = [&](const char *text) {
+        return QString::fromLatin1(text).arg(name, mac, QString::number(flags), QString::number(type));
+    };
+    // Only the administrative up flag counts: an interface without carrier is still
+    // sampled and shows zero throughput.
+    if (!(flags & QNetworkInterface::IsUp)) {
+        check.warning = true;
+        check.message = message(
+            "Network Interface flags not right, do not collect data. name:%1 mac:%2 flags:%3 type:%4");
+    } else if (type == QNetworkInterface::Loopback) {
+        check.warning = true;
+        check.message =
+            message("Network Interface type not right, do not collect data, name:%1 mac:%2 flags:%3 type:%4");
+    } else {
+        check.collect = true;
+        check.message = message("Network Interface collect data, name:%1 mac:%2 flags:%3 type:%4");
+    }
+    return check;
+}
+
+bool interfaceBytes(const QString &netDevLine, InterfaceBytes &bytes)
+{
+    QString line = netDevLine;
+    line.remove(QLatin1Char('\n'));
+    // A name that runs into its first counter ("eth0:123") makes 16 pieces and is
+    // skipped, like any other line that is not exactly 17.
+    const QStringList pieces = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (pieces.size() != 17)
+        return false;
+    bytes.name = pieces.at(0);
+    bytes.name.remove(QLatin1Char(':'));
+    bytes.received = pieces.at(1).toULongLong(nullptr, 10);
+    bytes.sent = pieces.at(9).toULongLong(nullptr, 10);
+    return true;
+}
+
+QString throughput(quint64 first, quint64 second)
+{
+    // Unsigned on purpose: a counter that went back wraps to a huge figure, passed on as it is.
+    const quint64 delta = second - first;
+    return sampleText(delta * kKbToGb / kNominalIntervalMs * 1000.0);
 }
 
 } // namespace performanceparsers

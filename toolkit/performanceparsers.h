@@ -1,5 +1,6 @@
 // The arithmetic of resource sampling over the text that the commands print:
-// memory figures, CPU jiffies, disk counters and the lsblk/df join. Nothing here
+// memory figures, CPU jiffies, disk counters, the lsblk/df join, top's process
+// lines and the counters of /proc/net/dev. Nothing here
 // runs a command or keeps state, so each step can be fed recorded output.
 #pragma once
 #include <QList>
@@ -51,5 +52,30 @@ void storeRates(PhysicalDisk &disk, const DiskCounters &second);
 QMap<QString, QString> partitionSizes(const QString &lsblkOutput);
 // One line of "df -hk" joined with the partition sizes; null when the line is skipped.
 QSharedPointer<LogicalDisk> logicalDisk(const QString &dfLine, const QMap<QString, QString> &sizes);
+
+// One process line of "top -b"; null when it has fewer than twelve pieces. Columns
+// are taken by position, so a locale that renames the header changes nothing.
+// memoryUseCapability is left for the caller, which owns the memory total.
+QSharedPointer<ProcessInfo> processInfo(const QString &topLine);
+// %MEM times the installed memory in kB.
+QString memoryUseCapability(const QString &memoryRatio, quint64 memoryTotalKb);
+
+// Whether an interface is sampled, and the line that says so.
+struct InterfaceCheck {
+    bool collect = false;
+    bool warning = false;
+    QString message;
+};
+InterfaceCheck checkInterface(const QString &name, const QString &mac, int flags, int type);
+
+// Name and byte counters of one interface line of /proc/net/dev.
+struct InterfaceBytes {
+    QString name;
+    quint64 received = 0;
+    quint64 sent = 0;
+};
+bool interfaceBytes(const QString &netDevLine, InterfaceBytes &bytes);
+// Binary megabytes per second between two byte counts, against a nominal 10 ms.
+QString throughput(quint64 first, quint64 second);
 
 } // namespace performanceparsers
