@@ -17,6 +17,8 @@ public:
     explicit Disk(QObject *parent = nullptr);
     // QList<Disk> must copy rows and QObject cannot be copied; the copy has no parent.
     Disk(const Disk &other);
+    // QList needs it in unoptimised builds too; the texts are taken over, the parent stays.
+    Disk &operator=(const Disk &other);
 
     QString partition() const { return m_partition; }
     QString capability() const { return m_capability; }
