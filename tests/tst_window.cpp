@@ -1,7 +1,6 @@
 // The window document against a model the test controls: rows, warnings,
 // translation, disk list, refresh timer, dragging and the close button.
 #include <QQmlApplicationEngine>
-#include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTranslator>
@@ -24,13 +23,11 @@ signals:
     void serverInfoChanged();
 };
 
-// Stands in for the real model under the same QML name, so every figure the
-// window shows is chosen by the test.
+// Stands in for the real model under the same QML name, so the test chooses every figure.
 class FakeProbix : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString memoryTotal MEMBER memoryTotal NOTIFY infoChanged)
-    Q_PROPERTY(QString memoryRatio MEMBER memoryRatio NOTIFY infoChanged)
     Q_PROPERTY(QQmlListProperty<Disk> disks READ disks NOTIFY infoChanged)
     Q_PROPERTY(QString cpuFrequency MEMBER cpuFrequency NOTIFY infoChanged)
     Q_PROPERTY(QString os MEMBER os NOTIFY infoChanged)
@@ -38,350 +35,214 @@ class FakeProbix : public QObject
 public:
     static inline FakeProbix *last = nullptr;
     explicit FakeProbix(QObject *parent = nullptr) : QObject(parent) { last = this; }
-    ~FakeProbix() override { last = nullptr; }
-
     Q_INVOKABLE void update() { ++updates; }
-
-    QQmlListProperty<Disk> disks()
-    {
-        return QQmlListProperty<Disk>(
-            this, nullptr,
-            [](QQmlListProperty<Disk> *l) { return static_cast<FakeProbix *>(l->object)->rows.size(); },
-            [](QQmlListProperty<Disk> *l, int i) { return &static_cast<FakeProbix *>(l->object)->rows[i]; });
-    }
+    QQmlListProperty<Disk> disks() { return QQmlListProperty<Disk>(this, &rows); }
     FakeServer *serverinfo() { return &server; }
-    void changed()
+    void show(const QString &frequency, const QString &memory, bool available)
     {
+        cpuFrequency = frequency;
+        memoryTotal = memory;
+        server.available = available;
         emit server.serverInfoChanged();
         emit infoChanged();
     }
-
-    QString memoryTotal, memoryRatio, cpuFrequency, os;
-    QList<Disk> rows;
+    QString memoryTotal, cpuFrequency, os;
+    QList<Disk *> rows;
     FakeServer server;
     int updates = 0;
 signals:
     void infoChanged();
 };
 
+static QStringList logLines;
+
 class TestWindow : public QObject
 {
     Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void emptyAnswersShowThreeWarnings();
-    void thresholdsJudgeTheText_data();
-    void thresholdsJudgeTheText();
-    void networkRow();
-    void englishTranslation();
-    void translationHasEveryMessage();
-    void manyDisksScrollSideways();
-    void timerCallsUpdate();
-    void dragMovesAtMostEvery40ms();
-    void closeButtonClosesTheWindow();
-
-private:
-    QQuickItem *item(const QString &name, QQuickItem *under = nullptr) const;
-    QString line(const QString &row, const QString &which) const;
-    QString warning(const QString &row) const;
-    void load();
-
     QQmlApplicationEngine *engine = nullptr;
     QQuickWindow *window = nullptr;
+
+    // Visual children are not always QObject children, so walk the item tree.
+    static QQuickItem *item(QQuickItem *root, const QString &name)
+    {
+        for (QQuickItem *child : root ? root->childItems() : QList<QQuickItem *>()) {
+            QQuickItem *found = child->objectName() == name ? child : item(child, name);
+            if (found)
+                return found;
+        }
+        return nullptr;
+    }
+    QQuickItem *item(const QString &name) const { return item(window->contentItem(), name); }
+    QString text(const QString &row, const QString &which) const
+    {
+        QQuickItem *line = item(item(row), which);
+        return line && line->isVisible() ? line->property("text").toString() : QString();
+    }
+    QString warning(const QString &row) const
+    {
+        QQuickItem *mark = item(item(row), "warning");
+        return mark && mark->isVisible() ? text(row, "warningText") : QString();
+    }
+    QStringList rows() const
+    {
+        QStringList shown;
+        for (const char *row :
+             {"cpuInfor", "memeryInfor", "bandwidthInfor", "resolutionInfor", "systemInfor"})
+            shown << QStringList{text(row, "titleLine"), text(row, "localLine"), text(row, "recommendLine"),
+                                 warning(row)}
+                         .join('/');
+        return shown;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
+        qmlRegisterType<FakeProbix>("com.virtual.vdi", 1, 0, "Probix");
+        qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
+        qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &line) { logLines << line; });
+    }
+    void init()
+    {
+        engine = new QQmlApplicationEngine(QUrl("qrc:/qml/main.qml"));
+        QCOMPARE(engine->rootObjects().size(), 1);
+        window = qobject_cast<QQuickWindow *>(engine->rootObjects().first());
+        QVERIFY(window && QTest::qWaitForWindowExposed(window));
+    }
+    void cleanup() { delete engine; }
+
+    void rowsAndWarnings()
+    {
+        QCOMPARE(window->title(), QString::fromUtf8("硬件检测"));
+        QCOMPARE(window->size(), QSize(740, 570));
+        QVERIFY(window->flags() & Qt::FramelessWindowHint);
+        FakeProbix::last->show("0.0", "0", false); // the empty answers
+        QCOMPARE(rows(),
+                 QString::fromUtf8(
+                     "CPU/本机：0.0 GHz/推荐：2.3 GHz以上/CPU主频低|内存/本机：0 GB/推荐：2 GB以上/内存过低|"
+                     "网络//客户端当前配置地址： : /故障|磁盘///|系统///")
+                     .split('|'));
+        FakeProbix::last->server.ip = "10.0.0.1";
+        FakeProbix::last->server.port = "443";
+        FakeProbix::last->show("2.4", "4", true);
+        QCOMPARE(rows().mid(0, 3),
+                 QString::fromUtf8("CPU/本机：2.4 GHz/推荐：2.3 GHz以上/|内存/本机：4 GB/推荐：2 GB以上/|"
+                                   "网络/状态：良好/客户端当前配置地址：10.0.0.1 : 443/")
+                     .split('|'));
+        // Warnings are told by the mark alone: every circle stays green on screen.
+        const QImage shot = window->grabWindow();
+        for (const char *row :
+             {"cpuInfor", "memeryInfor", "bandwidthInfor", "resolutionInfor", "systemInfor"})
+            QCOMPARE(shot.pixelColor(item(item(row), "iconCircle")->mapToScene(QPointF(4, 18)).toPoint()),
+                     QColor("#52c41a"));
+    }
+
+    void thresholdsJudgeTheText_data()
+    {
+        QTest::addColumn<QString>("frequency");
+        QTest::addColumn<QString>("memory");
+        QTest::addColumn<bool>("warns");
+        QTest::newRow("at both thresholds") << "2.3"
+                                            << "2" << false;
+        QTest::newRow("just below both") << "2.2"
+                                         << "1.9" << true;
+        QTest::newRow("exponent memory text") << "3.0"
+                                              << "1.3e+02" << false;
+        QTest::newRow("empty texts count as zero") << ""
+                                                   << "" << true;
+    }
+    void thresholdsJudgeTheText()
+    {
+        QFETCH(QString, frequency);
+        QFETCH(QString, memory);
+        QFETCH(bool, warns);
+        FakeProbix::last->show(frequency, memory, true);
+        QCOMPARE(!warning("cpuInfor").isEmpty(), warns);
+        QCOMPARE(!warning("memeryInfor").isEmpty(), warns);
+    }
+
+    void englishTranslation()
+    {
+        delete engine;
+        QTranslator translator;
+        QVERIFY(translator.load(":/probix_en.qm", "", "", ""));
+        QCOMPARE(translator.translate("main", "关闭"), QString("close"));
+        QCoreApplication::installTranslator(&translator);
+        init();
+        FakeProbix::last->show("1.0", "1.9", true);
+        QCOMPARE(window->title(), QString("Hardware detection"));
+        QCOMPARE(rows(), QString::fromUtf8("CPU/native：1.0 GHz/recommend：2.3 GHzor more/Low CPU frequency|"
+                                           "RAM/native：1.9 GB/recommend：2 GBor more/Memory is too low|"
+                                           "Network/status：good/Client current configuration address： : /|"
+                                           "Disk///|Operating System///")
+                             .split('|'));
+        FakeProbix::last->show("1.0", "1.9", false);
+        QCOMPARE(warning("bandwidthInfor"), QString("malfunction"));
+        QCoreApplication::removeTranslator(&translator);
+    }
+
+    void manyDisksScrollSideways()
+    {
+        for (int i = 0; i < 9; ++i) {
+            auto *row = new Disk(FakeProbix::last);
+            row->setPartition(QString("/dev/nvme0n1p%1").arg(i + 1));
+            row->setCapability("465.8");
+            row->setUsecapability("100.2");
+            FakeProbix::last->rows << row;
+        }
+        FakeProbix::last->show("2.4", "4", true);
+        QQuickItem *list = item("diskGridView");
+        QTRY_COMPARE(list->property("count").toInt(), 9);
+        QVERIFY(list->property("contentWidth").toReal() > list->width());
+        QCOMPARE(item("resolutionInfor")->height(), 75.0);
+        QStringList texts;
+        for (QQuickItem *delegate : list->property("contentItem").value<QQuickItem *>()->childItems())
+            for (QQuickItem *line : delegate->childItems())
+                texts << line->property("text").toString();
+        QCOMPARE(texts.mid(0, 2), QStringList({"/dev/nvme0n1p1", "365.6 GB / 465.8 GB"}));
+    }
+
+    void timerCallsUpdate()
+    {
+        QObject *timer = window->findChild<QObject *>("updateTimer");
+        QCOMPARE(timer->property("interval").toInt(), 2000);
+        QVERIFY(timer->property("running").toBool() && timer->property("repeat").toBool());
+        QCOMPARE(FakeProbix::last->updates, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(FakeProbix::last->updates, 1, 4000);
+    }
+
+    void dragMovesAtMostEvery40ms()
+    {
+        window->setPosition(100, 100);
+        QTRY_COMPARE(window->position(), QPoint(100, 100));
+        const QPoint grip(300, 540);
+        QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, grip);
+        QTest::mouseMove(window, grip + QPoint(5, 2));
+        QCOMPARE(window->position(), QPoint(100, 100));
+        QTest::qWait(80);
+        QTest::mouseMove(window, grip + QPoint(10, 5));
+        QTRY_COMPARE(window->position(), QPoint(110, 105));
+        // The release moves once more by the last offset, even without waiting.
+        QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, grip + QPoint(20, 10));
+        QTRY_COMPARE(window->position(), QPoint(130, 115));
+        // A double click neither maximises nor moves anything.
+        QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, grip);
+        QTest::qWait(50);
+        QCOMPARE(window->visibility(), QWindow::Windowed);
+        QCOMPARE(window->position(), QPoint(130, 115));
+    }
+
+    void closeButtonClosesTheWindow()
+    {
+        QQuickItem *button = item("closeButton");
+        QCOMPARE(button->size(), QSizeF(34, 34));
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier,
+                          button->mapToScene(QPointF(17, 17)).toPoint());
+        QTRY_VERIFY(!window->isVisible());
+        QVERIFY(logLines.contains("close Button clicked ~!!!!"));
+    }
 };
-
-void TestWindow::initTestCase()
-{
-    qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
-    qmlRegisterType<FakeProbix>("com.virtual.vdi", 1, 0, "Probix");
-    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
-}
-
-void TestWindow::load()
-{
-    engine = new QQmlApplicationEngine;
-    engine->load(QUrl("qrc:/qml/main.qml"));
-    QCOMPARE(engine->rootObjects().size(), 1);
-    window = qobject_cast<QQuickWindow *>(engine->rootObjects().first());
-    QVERIFY(window);
-    QVERIFY(QTest::qWaitForWindowExposed(window));
-    QVERIFY(FakeProbix::last);
-}
-
-void TestWindow::init()
-{
-    load();
-}
-
-void TestWindow::cleanup()
-{
-    delete engine;
-    engine = nullptr;
-    window = nullptr;
-}
-
-// Visual children are not always QObject children, so walk the item tree.
-static void collect(QQuickItem *root, const QString &name, QList<QQuickItem *> &found)
-{
-    for (QQuickItem *child : root->childItems()) {
-        if (child->objectName() == name)
-            found << child;
-        collect(child, name, found);
-    }
-}
-
-static QList<QQuickItem *> items(QQuickItem *root, const QString &name)
-{
-    QList<QQuickItem *> found;
-    if (root)
-        collect(root, name, found);
-    return found;
-}
-
-QQuickItem *TestWindow::item(const QString &name, QQuickItem *under) const
-{
-    const QList<QQuickItem *> found = items(under ? under : window->contentItem(), name);
-    return found.isEmpty() ? nullptr : found.first();
-}
-
-QString TestWindow::line(const QString &row, const QString &which) const
-{
-    QQuickItem *text = item(which, item(row));
-    if (!text || !text->isVisible())
-        return QString();
-    return text->property("text").toString();
-}
-
-QString TestWindow::warning(const QString &row) const
-{
-    QQuickItem *mark = item("warning", item(row));
-    return mark && mark->isVisible() ? item("warningText", mark)->property("text").toString() : QString();
-}
-
-void TestWindow::emptyAnswersShowThreeWarnings()
-{
-    FakeProbix *model = FakeProbix::last;
-    model->cpuFrequency = "0.0";
-    model->memoryTotal = "0";
-    model->changed();
-
-    QCOMPARE(window->title(), QString::fromUtf8("硬件检测"));
-    QCOMPARE(window->size(), QSize(740, 570));
-    QVERIFY(window->flags() & Qt::FramelessWindowHint);
-    const QStringList shown = {line("cpuInfor", "titleLine"),           line("cpuInfor", "localLine"),
-                               line("cpuInfor", "recommendLine"),       line("memeryInfor", "localLine"),
-                               line("memeryInfor", "recommendLine"),    line("bandwidthInfor", "localLine"),
-                               line("bandwidthInfor", "recommendLine"), line("systemInfor", "localLine")};
-    QCOMPARE(shown, QString::fromUtf8("CPU|本机：0.0 GHz|推荐：2.3 GHz以上|本机：0 GB|推荐：2 GB以上||"
-                                      "客户端当前配置地址： : |")
-                        .split('|'));
-    QCOMPARE(warning("cpuInfor"), QString::fromUtf8("CPU主频低"));
-    QCOMPARE(warning("memeryInfor"), QString::fromUtf8("内存过低"));
-    QCOMPARE(warning("bandwidthInfor"), QString::fromUtf8("故障"));
-    QCOMPARE(warning("systemInfor"), QString());
-
-    // Warnings are told by the mark alone: every circle stays green, on screen too.
-    const QList<QQuickItem *> circles = items(window->contentItem(), "iconCircle");
-    QCOMPARE(circles.size(), 5);
-    const QImage shot = window->grabWindow();
-    for (QQuickItem *circle : circles)
-        QCOMPARE(shot.pixelColor(circle->mapToScene(QPointF(4, 18)).toPoint()), QColor("#52c41a"));
-}
-
-void TestWindow::thresholdsJudgeTheText_data()
-{
-    QTest::addColumn<QString>("frequency");
-    QTest::addColumn<QString>("memory");
-    QTest::addColumn<bool>("cpuWarns");
-    QTest::addColumn<bool>("memoryWarns");
-    QTest::newRow("at both thresholds") << "2.3"
-                                        << "2" << false << false;
-    QTest::newRow("just below both") << "2.2"
-                                     << "1.9" << true << true;
-    QTest::newRow("exponent memory text") << "3.0"
-                                          << "1.3e+02" << false << false;
-    QTest::newRow("empty texts count as zero") << ""
-                                               << "" << true << true;
-}
-
-void TestWindow::thresholdsJudgeTheText()
-{
-    QFETCH(QString, frequency);
-    QFETCH(QString, memory);
-    QFETCH(bool, cpuWarns);
-    QFETCH(bool, memoryWarns);
-    FakeProbix *model = FakeProbix::last;
-    model->cpuFrequency = frequency;
-    model->memoryTotal = memory;
-    model->changed();
-    QCOMPARE(!warning("cpuInfor").isEmpty(), cpuWarns);
-    QCOMPARE(!warning("memeryInfor").isEmpty(), memoryWarns);
-    QCOMPARE(line("cpuInfor", "localLine"), QString::fromUtf8("本机：") + frequency + " GHz");
-}
-
-void TestWindow::networkRow()
-{
-    FakeProbix *model = FakeProbix::last;
-    model->server.ip = "10.0.0.1";
-    model->server.port = "443";
-    model->server.available = true;
-    model->changed();
-    QCOMPARE(line("bandwidthInfor", "localLine"), QString::fromUtf8("状态：良好"));
-    QCOMPARE(line("bandwidthInfor", "recommendLine"),
-             QString::fromUtf8("客户端当前配置地址：10.0.0.1 : 443"));
-    QCOMPARE(warning("bandwidthInfor"), QString());
-
-    // The server's own signal is enough for the row to follow.
-    model->server.available = false;
-    emit model->server.serverInfoChanged();
-    QCOMPARE(line("bandwidthInfor", "localLine"), QString());
-    QCOMPARE(warning("bandwidthInfor"), QString::fromUtf8("故障"));
-}
-
-void TestWindow::englishTranslation()
-{
-    cleanup();
-    QTranslator translator;
-    QVERIFY(translator.load(":/probix_en.qm", "", "", ""));
-    QCoreApplication::installTranslator(&translator);
-    load();
-    FakeProbix *model = FakeProbix::last;
-    model->cpuFrequency = "2.4";
-    model->memoryTotal = "1.9";
-    model->server.available = true;
-    model->changed();
-
-    QCOMPARE(window->title(), QString("Hardware detection"));
-    QCOMPARE(item("titleText")->property("text").toString(), QString("Hardware detection"));
-    const QStringList shown = {line("cpuInfor", "titleLine"),
-                               line("cpuInfor", "localLine"),
-                               line("cpuInfor", "recommendLine"),
-                               line("memeryInfor", "titleLine"),
-                               line("memeryInfor", "recommendLine"),
-                               line("bandwidthInfor", "titleLine"),
-                               line("bandwidthInfor", "localLine"),
-                               line("bandwidthInfor", "recommendLine"),
-                               line("resolutionInfor", "titleLine"),
-                               line("systemInfor", "titleLine"),
-                               warning("memeryInfor")};
-    QCOMPARE(shown,
-             QString::fromUtf8("CPU|native：2.4 GHz|recommend：2.3 GHzor more|RAM|recommend：2 GBor more|"
-                               "Network|status：good|Client current configuration address： : |Disk|"
-                               "Operating System|Memory is too low")
-                 .split('|'));
-    model->cpuFrequency = "1.0";
-    model->server.available = false;
-    model->changed();
-    QCOMPARE(warning("cpuInfor"), QString("Low CPU frequency"));
-    QCOMPARE(warning("bandwidthInfor"), QString("malfunction"));
-    QCoreApplication::removeTranslator(&translator);
-}
-
-void TestWindow::translationHasEveryMessage()
-{
-    QTranslator translator;
-    QVERIFY(translator.load(":/probix_en.qm", "", "", ""));
-    QCOMPARE(translator.language(), QString("en_US"));
-    // The window shows all but the tool tip; this checks every message of the file.
-    const QStringList sources =
-        QString::fromUtf8("硬件检测|关闭|CPU主频低|本机|推荐|以上|内存|内存过低|网络|故障|状态|良好|"
-                          "客户端当前配置地址|磁盘|系统")
-            .split('|');
-    QStringList translated;
-    for (const QString &source : sources)
-        translated << translator.translate("main", source.toUtf8());
-    QCOMPARE(translated.join('|'),
-             QString("Hardware detection|close|Low CPU frequency|native|recommend|or more|"
-                     "RAM|Memory is too low|Network|malfunction|status|good|"
-                     "Client current configuration address|Disk|Operating System"));
-    QVERIFY(translator.translate("main", "CPU").isEmpty());
-}
-
-void TestWindow::manyDisksScrollSideways()
-{
-    FakeProbix *model = FakeProbix::last;
-    for (int i = 0; i < 9; ++i) {
-        Disk row;
-        row.setPartition(QString("/dev/nvme0n1p%1").arg(i + 1));
-        row.setCapability("465.8");
-        row.setUsecapability("100.2");
-        model->rows.append(row);
-    }
-    model->changed();
-    QQuickItem *list = item("diskGridView");
-    QVERIFY(list);
-    QTRY_COMPARE(list->property("count").toInt(), 9);
-    const qreal rowHeight = item("resolutionInfor")->height();
-    QVERIFY(list->property("contentWidth").toReal() > list->width());
-    QCOMPARE(item("resolutionInfor")->height(), rowHeight);
-    QVERIFY(item("resolutionInfor")->height() == 75);
-
-    QStringList texts;
-    for (QQuickItem *text : items(list, QString()))
-        if (text->property("text").isValid())
-            texts << text->property("text").toString();
-    QVERIFY(texts.contains("/dev/nvme0n1p1"));
-    QVERIFY(texts.contains("365.6 GB / 465.8 GB"));
-}
-
-void TestWindow::timerCallsUpdate()
-{
-    QObject *timer = window->findChild<QObject *>("updateTimer");
-    QVERIFY(timer);
-    QCOMPARE(timer->property("interval").toInt(), 2000);
-    QVERIFY(timer->property("running").toBool());
-    QVERIFY(timer->property("repeat").toBool());
-    QCOMPARE(FakeProbix::last->updates, 0);
-    QTRY_COMPARE_WITH_TIMEOUT(FakeProbix::last->updates, 1, 4000);
-}
-
-void TestWindow::dragMovesAtMostEvery40ms()
-{
-    window->setPosition(100, 100);
-    QTRY_COMPARE(window->position(), QPoint(100, 100));
-    const QPoint grip(300, 540);
-    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, grip);
-    QTest::mouseMove(window, grip + QPoint(5, 2));
-    QCOMPARE(window->position(), QPoint(100, 100));
-
-    QTest::qWait(80);
-    QTest::mouseMove(window, grip + QPoint(10, 5));
-    QTRY_COMPARE(window->position(), QPoint(110, 105));
-
-    // The release moves once more by the last offset, even without waiting.
-    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, grip + QPoint(20, 10));
-    QTRY_COMPARE(window->position(), QPoint(130, 115));
-
-    // A double click neither maximises nor moves anything.
-    const QPoint before = window->position();
-    QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, grip);
-    QTest::qWait(50);
-    QCOMPARE(window->visibility(), QWindow::Windowed);
-    QCOMPARE(window->position(), before);
-}
-
-static QStringList closeLines;
-static void captureClose(QtMsgType, const QMessageLogContext &, const QString &message)
-{
-    closeLines << message;
-}
-
-void TestWindow::closeButtonClosesTheWindow()
-{
-    QQuickItem *button = item("closeButton");
-    QVERIFY(button);
-    QCOMPARE(button->width(), 34.0);
-    const QPoint centre = button->mapToScene(QPointF(17, 17)).toPoint();
-    QVERIFY(centre.x() > 740 - 60);
-    QtMessageHandler previous = qInstallMessageHandler(captureClose);
-    QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, centre);
-    qInstallMessageHandler(previous);
-    QTRY_VERIFY(!window->isVisible());
-    QVERIFY(closeLines.contains("close Button clicked ~!!!!"));
-}
 
 QTEST_MAIN(TestWindow)
 #include "tst_window.moc"
