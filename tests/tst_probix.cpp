@@ -25,10 +25,8 @@ void TestProbix::memoryText_data()
     QTest::newRow("one decimal kept") << 3.7 << "3.7";
     QTest::newRow("two significant digits, not decimals") << 15.6 << "16";
     QTest::newRow("exponent form from 99.5 on") << 128.0 << "1.3e+02";
-    QTest::newRow("fraction") << 0.25 << "0.25";
     QTest::newRow("fraction rounded") << 0.123 << "0.12";
     QTest::newRow("empty answer") << 0.0 << "0";
-    QTest::newRow("just below two") << 1.9 << "1.9";
 }
 
 void TestProbix::memoryText()
@@ -44,7 +42,6 @@ void TestProbix::frequencyText_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("2.4 GHz") << quint64(2400000000ULL) << "2.4";
     QTest::newRow("no source gave a number") << quint64(0) << "0.0";
-    QTest::newRow("always one decimal") << quint64(3000000000ULL) << "3.0";
     // 2.25e9 is not a float: it becomes 2249999872, so the single-precision
     // quotient rounds down where the exact 2.25 would not.
     QTest::newRow("single precision rounding") << quint64(2250000000ULL) << "2.2";
