@@ -1,45 +1,25 @@
-// Test harness around the fake commands of tests/fakebin: puts them first on PATH,
-// gives them a temporary folder of outputs, and records which command lines the
-// toolkit ran by catching the debug lines of mySystem::start.
+// Test harness around the fake commands of tests/fakebin: puts them first on PATH, gives them a
+// temporary folder of outputs, and records which command lines the toolkit ran.
 #pragma once
 #include <QDebug>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QStringList>
+#include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QtGlobal>
 
 class FakeCommands
 {
 public:
     // Lines of the message log since the last clear(); a test may read them directly.
-    static QStringList &messages()
-    {
-        static QStringList lines;
-        return lines;
-    }
+    static QStringList &messages() { return s_messages; }
 
+    // One lives as long as the test object, that is the whole run, so nothing is put back.
     FakeCommands()
     {
-        m_originalPath = qgetenv("PATH");
-        qputenv("PATH", QByteArray(PROBIX_FAKEBIN) + ':' + m_originalPath);
+        qputenv("PATH", PROBIX_FAKEBIN ":" + qgetenv("PATH"));
         qputenv("PROBIX_FAKE_DIR", QFile::encodeName(m_dir.path()));
-        qputenv("PROBIX_FAKE_LOG", QFile::encodeName(m_dir.filePath(QStringLiteral("commands.log"))));
+        qputenv("PROBIX_FAKE_LOG", QFile::encodeName(m_dir.filePath("commands.log")));
     }
-
     // From initTestCase on: QtTest puts its own handler in place when it starts running.
-    void catchMessages() { m_previousHandler = qInstallMessageHandler(&FakeCommands::catchMessage); }
-
-    ~FakeCommands()
-    {
-        if (m_previousHandler)
-            qInstallMessageHandler(m_previousHandler);
-        qputenv("PATH", m_originalPath);
-        qunsetenv("PROBIX_FAKE_DIR");
-        qunsetenv("PROBIX_FAKE_LOG");
-    }
-
+    void catchMessages() { qInstallMessageHandler(&catchMessage); }
     bool isValid() const { return m_dir.isValid(); }
 
     // Drops every output, the fake log and the caught messages.
@@ -47,61 +27,46 @@ public:
     {
         QDir(m_dir.path()).removeRecursively();
         QDir().mkpath(m_dir.path());
-        messages().clear();
+        s_messages.clear();
     }
-
     // Writes the output of a fake command, or a file of the fake /proc with "proc/" in front.
     void put(const QString &name, const QByteArray &text)
     {
-        const QString path = m_dir.filePath(name);
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
+        QFile file(m_dir.filePath(name));
+        QDir().mkpath(QFileInfo(file).path());
         if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
-            qFatal("cannot write %s", qPrintable(path));
+            qFatal("cannot write %s", qPrintable(file.fileName()));
     }
-
     void putFixture(const QString &name, const QString &fixture) { put(name, read(fixture)); }
-
-    // An empty fake /proc: every file of it reads as missing.
-    void emptyProc() { QDir().mkpath(m_dir.filePath(QStringLiteral("proc"))); }
-
+    void emptyProc() { QDir().mkpath(m_dir.filePath("proc")); } // an empty fake /proc: no file of it exists
     // Command lines that mySystem::start ran, as QDebug quotes them.
     QStringList commands() const
     {
-        const QString opening = QStringLiteral("[ start ] cmd = ");
-        const QString closing = QStringLiteral(" , workDir = ");
-        QStringList found;
-        for (const QString &line : qAsConst(messages())) {
-            if (line.startsWith(opening))
-                found << line.mid(opening.size(), line.lastIndexOf(closing) - opening.size());
-        }
-        return found;
+        const QRegularExpression line(R"((?s)^\[ start \] cmd = (.*) , workDir = .*)");
+        return s_messages.filter(line).replaceInStrings(line, "\\1");
     }
 
     // What the fake executables themselves recorded, one "name arguments" line each.
     QStringList fakeLog() const
     {
-        QFile file(m_dir.filePath(QStringLiteral("commands.log")));
+        QFile file(m_dir.filePath("commands.log"));
         if (!file.open(QIODevice::ReadOnly))
             return {};
-        return QString::fromLocal8Bit(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        return QString::fromLocal8Bit(file.readAll()).split('\n', Qt::SkipEmptyParts);
     }
-
+    // As QDebug prints a text: in quotes, with backslashes and quotes escaped.
     static QString quoted(const QString &text)
     {
         QString out;
         QDebug(&out) << text;
         return out.trimmed();
     }
-
-    static QStringList quoted(const QStringList &texts)
+    static QStringList quoted(QStringList texts)
     {
-        QStringList out;
-        for (const QString &text : texts)
-            out << quoted(text);
-        return out;
+        for (QString &text : texts)
+            text = quoted(text);
+        return texts;
     }
-
     static QByteArray read(const QString &fixture)
     {
         QFile file(QStringLiteral(PROBIX_TEST_DATA "/") + fixture);
@@ -111,12 +76,7 @@ public:
     }
 
 private:
-    static void catchMessage(QtMsgType, const QMessageLogContext &, const QString &text)
-    {
-        messages() << text;
-    }
-
+    static void catchMessage(QtMsgType, const QMessageLogContext &, const QString &s) { s_messages << s; }
+    static inline QStringList s_messages;
     QTemporaryDir m_dir;
-    QByteArray m_originalPath;
-    QtMessageHandler m_previousHandler = nullptr;
 };
