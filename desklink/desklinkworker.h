@@ -27,7 +27,8 @@ class DeskLinkWorker : public QObject
 
 public:
     explicit DeskLinkWorker(QObject *parent = nullptr);
-    // Cancels the calls in flight; no signal is emitted once this has begun.
+    // Cancels the calls in flight: an answer already being delivered finishes
+    // before this returns, and none is delivered after.
     ~DeskLinkWorker() override;
 
     // Prepares the channel: the PEM file is the trust anchor, the server is
