@@ -42,3 +42,8 @@ cat > close-circle.svg <<'SVG'
         d="M4.5 0a4.5 4.5 0 1 1 0 9a4.5 4.5 0 1 1 0-9zM2.9 2.2L2.2 2.9L3.8 4.5L2.2 6.1L2.9 6.8L4.5 5.2L6.1 6.8L6.8 6.1L5.2 4.5L6.8 2.9L6.1 2.2L4.5 3.8z"/>
 </svg>
 SVG
+# The application icon at the sizes the desktop's icon theme asks for.
+for size in 16 32 48; do
+  convert probix.png -strip -resize ${size}x${size} PNG32:../packaging/icons/$size.png
+done
+cp probix.png ../packaging/icons/64.png
