@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Installs everything Probix needs to build, run and test on Debian 12.
+# Installs everything Probix needs to build, run and test on Debian 12; with
+# --packaging also what the package, install-check and arm64 scripts use on the
+# machine itself (everything else they need goes into their own chroots).
 set -euo pipefail
 SUDO=
 [ "$(id -u)" -eq 0 ] || SUDO=sudo
@@ -15,3 +17,8 @@ $SUDO apt-get install -y -q --no-install-recommends \
   xvfb xauth xdotool x11-apps imagemagick fonts-noto-cjk openssl \
   sudo dmidecode lsb-release procps iproute2 util-linux \
   g++-aarch64-linux-gnu qemu-user
+if [ "${1:-}" = --packaging ]; then
+  $SUDO apt-get install -y -q --no-install-recommends \
+    dpkg-dev file lintian desktop-file-utils debootstrap \
+    tesseract-ocr tesseract-ocr-eng tesseract-ocr-chi-sim
+fi

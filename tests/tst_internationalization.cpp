@@ -65,7 +65,12 @@ void TestInternationalization::decision()
     environment.insert("LC_ALL", locale);
     environment.insert("LANG", locale);
     child.setProcessEnvironment(environment);
-    child.start(QCoreApplication::applicationFilePath(), {"--answer"});
+    // In a cross build the second copy runs through the same emulator as this one.
+    const QString emulator = QStringLiteral(PROBIX_EMULATOR);
+    if (emulator.isEmpty())
+        child.start(QCoreApplication::applicationFilePath(), {"--answer"});
+    else
+        child.start(emulator, {QCoreApplication::applicationFilePath(), "--answer"});
     QVERIFY(child.waitForFinished(30000));
     QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()).trimmed(), QString(english ? "true" : "false"));
 }
