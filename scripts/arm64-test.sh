@@ -7,6 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/lib/chroot.sh"
 . "$root/scripts/lib/arm64.sh"
+. "$root/scripts/lib/window.sh"
 need_root
 [ -n "${PROBIX_WORK:-}" ] || run_in_namespace "$@"
 
@@ -26,18 +27,11 @@ shot=$root/build-arm64/arm64.png
 chroot "$ARM64_CHROOT" env -i HOME=/root DISPLAY="$DISPLAY" LANG=C.UTF-8 PATH=/usr/bin:/bin \
     qemu-aarch64 "$root/build-arm64/probix" >"$root/build-arm64/arm64-window.log" 2>&1 &
 pid=$!
-wid=
-for _ in $(seq 120); do
-    wid=$(xdotool search --name '^(硬件检测|Hardware detection)$' 2>/dev/null | head -n 1) && [ -n "$wid" ] && break
-    kill -0 "$pid" 2>/dev/null || break
-    sleep 0.5
-done
-if [ -z "$wid" ]; then
+if ! wid=$(wait_window '^(硬件检测|Hardware detection)$' "$pid" 60) || ! screenshot "$wid" "$shot" 120; then
     echo "the arm64 window did not come up:" >&2
     tail -n 20 "$root/build-arm64/arm64-window.log" >&2
     exit 1
 fi
-sleep 5 # emulated drawing is slow
-import -window "$wid" "$shot"
 kill "$pid"
-echo "arm64 window: $shot"
+english_rows "$(read_text "$shot" eng)"
+echo "arm64 window with its five rows: $shot"

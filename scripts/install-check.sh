@@ -12,6 +12,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/lib/chroot.sh"
+. "$root/scripts/lib/window.sh"
 need_root
 [ $# -ge 1 ] && [ -f "$1" ] || { echo "usage: $0 probix_<version>_<arch>.deb [output folder]" >&2; exit 2; }
 [ -n "${PROBIX_WORK:-}" ] || run_in_namespace "$(realpath "$1")" "$(realpath -m "${2:-$root/build/install-check}")"
@@ -73,20 +74,13 @@ show_window() {
     chroot "$dir" runuser -u "$user" -- env -i HOME="/home/$user" DISPLAY="$DISPLAY" LANG=C.UTF-8 \
         PATH=/usr/local/bin:/usr/bin:/bin probix >"$shot.log" 2>&1 &
     pid=$!
-    wid=
-    for _ in $(seq 60); do
-        wid=$(xdotool search --name "^$title\$" 2>/dev/null | head -n 1) && [ -n "$wid" ] && break
-        kill -0 "$pid" 2>/dev/null || break
-        sleep 0.5
-    done
-    if [ -z "$wid" ]; then
+    if ! wid=$(wait_window "^$title\$" "$pid" 30); then
         echo "no window titled \"$title\"; the program said:" >&2
         tail -n 20 "$shot.log" >&2
         kill "$pid" 2>/dev/null
         return 1
     fi
-    sleep 3 # the first refresh has run before the window shows; give the frame time to land
-    import -window "$wid" "$shot"
+    screenshot "$wid" "$shot" 30 || return 1
     local size
     size=$(xdotool getwindowgeometry "$wid" | awk '/Geometry/ { print $2 }')
     if ! kill "$pid" 2>/dev/null; then
@@ -95,18 +89,9 @@ show_window() {
     fi
     wait "$pid" 2>/dev/null || true
     [ "$size" = 740x570 ] || { echo "window is $size, not 740x570" >&2; return 1; }
-    convert "$shot" -resize 200% "$PROBIX_WORK/ocr.png"
-    text=$(tesseract "$PROBIX_WORK/ocr.png" - -l "$([ "$language" = English ] && echo eng || echo chi_sim+eng)" 2>/dev/null)
+    text=$(read_text "$shot" "$([ "$language" = English ] && echo eng || echo chi_sim+eng)")
     printf '%s\n' "$text" >"$shot.txt"
     printf '%s\n' "$text"
-}
-
-# The five row headings of the English window, each found in the screenshot's text.
-english_rows() {
-    local text=$1 heading
-    for heading in CPU RAM Network Disk "Operating System"; do
-        grep -q "$heading" <<<"$text" || { echo "no row \"$heading\" in the window" >&2; return 1; }
-    done
 }
 
 # The figure of the Memory row: the first "N GB" after the row's heading.
