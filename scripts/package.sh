@@ -18,7 +18,7 @@ mkdir -p "$root/dist"
 deliver() {
     local deb=$1 entry
     lintian --fail-on error "$deb"
-    entry=$(mktemp)
+    entry=$(mktemp --suffix=.desktop)
     dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/share/applications/probix.desktop >"$entry"
     desktop-file-validate "$entry"
     rm -f "$entry"
