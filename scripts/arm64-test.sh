@@ -11,13 +11,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 need_root
 [ -n "${PROBIX_WORK:-}" ] || run_in_namespace "$@"
 
-seconds=$(date +%s)
 arm64_chroot
-echo "arm64 chroot ready in $(($(date +%s) - seconds)) s"
-seconds=$(date +%s)
 arm64_build "$root"
-echo "arm64 build done in $(($(date +%s) - seconds)) s"
-
 seconds=$(date +%s)
 chroot "$ARM64_CHROOT" sh -c 'cd "$1" && ctest -L unit --output-on-failure -j"$(nproc)" "$@"' _ "$root/build-arm64" "$@"
 echo "arm64 unit tests done in $(($(date +%s) - seconds)) s"

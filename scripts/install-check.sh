@@ -40,9 +40,9 @@ chroot_apt "$sys" update
 cp "$deb" "$sys/tmp/"
 seconds=$(date +%s)
 chroot_apt "$sys" install --no-install-recommends "/tmp/$(basename "$deb")"
-echo "installed with its dependencies in $(($(date +%s) - seconds)) s;" \
-    "$(chroot "$sys" dpkg-query -W -f='${Installed-Size}' probix) KiB for probix itself," \
-    "$(du -smx "$sys" | cut -f1) MiB for the whole system"
+echo "installed with its dependencies in $(($(date +%s) - seconds)) s:" \
+    "$(grep -o '[0-9.,]* [kMG]B of additional disk space' "$sys/tmp/apt.log"), of which" \
+    "$(chroot "$sys" dpkg-query -W -f='${Installed-Size}' probix) KiB for probix itself"
 chroot "$sys" useradd -m -s /bin/bash "$user"
 
 echo "== the sudoers rule"

@@ -19,7 +19,7 @@ ARM64_CHROOT=$PROBIX_CACHE/arm64-build
 
 # Makes the chroot unless a complete one with the same package list is there.
 arm64_chroot() {
-    local want have target=""
+    local want have target="" begun=$SECONDS
     want=$(echo "$ARM64_HOST_PACKAGES $ARM64_TARGET_PACKAGES qemu-user" | md5sum | cut -c1-32)
     have=$(cat "$ARM64_CHROOT.done" 2>/dev/null || true)
     if [ "$want" = "$have" ] && [ -d "$ARM64_CHROOT" ]; then
@@ -38,16 +38,18 @@ arm64_chroot() {
     chroot_apt "$ARM64_CHROOT" install $ARM64_HOST_PACKAGES $target
     chroot_apt "$ARM64_CHROOT" install -t bookworm-backports qemu-user
     echo "$want" >"$ARM64_CHROOT.done"
+    echo "arm64 chroot made in $((SECONDS - begun)) s"
 }
 
 # Cross-builds the project into $root/build-arm64 inside the chroot; the clone is
 # bind-mounted at its own path, so the build folder is the same seen from either side.
 arm64_build() {
-    local root=$1
+    local root=$1 begun=$SECONDS
     mkdir -p "$ARM64_CHROOT$root" "$root/build-arm64"
     mount --bind "$root" "$ARM64_CHROOT$root"
     chroot "$ARM64_CHROOT" cmake -S "$root" -B "$root/build-arm64" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DCMAKE_TOOLCHAIN_FILE="$root/packaging/aarch64-linux-gnu.cmake" >"$root/build-arm64/configure.log" 2>&1 ||
         { tail -n 40 "$root/build-arm64/configure.log" >&2; return 1; }
     chroot "$ARM64_CHROOT" cmake --build "$root/build-arm64" -j"$(nproc)"
+    echo "arm64 build done in $((SECONDS - begun)) s"
 }

@@ -25,13 +25,23 @@ need_root() {
 # own, so its X server is reachable from its chroots and nobody else's is.
 # Use as the first thing a script does: [ -n "${PROBIX_WORK:-}" ] || run_in_namespace "$@"
 run_in_namespace() {
-    local rc=0
+    local rc=0 child
     PROBIX_WORK=$(mktemp -d /var/tmp/probix.XXXXXX)
     export PROBIX_WORK
     trap 'remove_chroot "$PROBIX_WORK"' EXIT
     unshare --mount --pid --fork --kill-child --mount-proc --propagation private \
         bash -c 'mkdir -p /tmp/.X11-unix && mount -t tmpfs -o mode=1777 tmpfs /tmp/.X11-unix &&
-                 exec bash "$0" "$@"' "$0" "$@" || rc=$?
+                 exec bash "$0" "$@"' "$0" "$@" &
+    child=$!
+    # Stopped from outside, the namespace goes down whole (unshare holds TERM back;
+    # KILL takes it and --kill-child takes the rest), then the
+    # folder is removed. Seen from here it holds no mounts, so removing it can
+    # reach nothing but its own files.
+    trap 'kill -KILL "$child" 2>/dev/null' TERM INT HUP
+    wait "$child" || rc=$?
+    while kill -0 "$child" 2>/dev/null; do
+        wait "$child" || rc=$?
+    done
     exit "$rc"
 }
 
