@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by scripts/package.sh and scripts/arm64-test.sh: a bookworm chroot that
 # cross-builds for arm64 and runs the result under qemu-user, and the build in it.
 # Source after chroot.sh, inside run_in_namespace.

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by the package, install and arm64 scripts: bookworm folders made with
 # debootstrap and used as chroots. Source it; it defines functions only.
 #
@@ -111,7 +112,7 @@ start_x() {
 remove_chroot() {
     local dir=$1
     [ -n "$dir" ] && [ -d "$dir" ] || return 0
-    if grep -q " $dir[/ ]" /proc/self/mounts; then
+    if grep -q " ${dir}[/ ]" /proc/self/mounts; then
         echo "not removing $dir: still mounted" >&2
         return 1
     fi

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by scripts/install-check.sh and scripts/arm64-test.sh: finding the window
 # on the X server of start_x, photographing it and reading its rows. Source it.
 
