@@ -2,14 +2,13 @@
 #include <QApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
-#include <QTranslator>
 #include <QUrl>
 #include <QtQml>
 
 #include "disk.h"
-#include "internationalization.h"
 #include "probix.h"
 #include "themeobject.h"
+#include "translation.h"
 
 // A test-only build points this at a document that cannot load; the shipped
 // program always loads the window below.
@@ -23,13 +22,7 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     QApplication::setWindowIcon(QIcon(":/image/probix.ico"));
 
-    if (Internationalization::instance()->isEnglish()) {
-        auto *translator = new QTranslator(QCoreApplication::instance());
-        if (translator->load(":/probix_en.qm", "", "", ""))
-            QCoreApplication::installTranslator(translator);
-        else
-            delete translator;
-    }
+    installTranslation();
 
     qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
     qmlRegisterType<Probix>("com.virtual.vdi", 1, 0, "Probix");

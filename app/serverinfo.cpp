@@ -82,6 +82,8 @@ void ServerInfo::reloadSettings()
                 if (!success)
                     qInfo() << QString("check server available failed : " + response.errorMsg);
                 m_available.store(success, std::memory_order_relaxed);
+                ++m_answers;
+                emit answered();
             });
     m_certificatePath = QCoreApplication::applicationDirPath() + "/config/grpcserver.pem";
     const unsigned short port = m_port.toUShort(nullptr, 10);

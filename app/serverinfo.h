@@ -31,9 +31,14 @@ public:
     // The worker that answers for the current server, or null before the first
     // usable address; for inspection only.
     const DeskLinkWorker *worker() const { return m_worker; }
+    // Answers stored so far. Read after connecting to answered(), it lets a
+    // caller wait for the next answer without missing one given in between.
+    int answers() const { return m_answers.load(); }
 
 signals:
     void serverInfoChanged();
+    // Emitted on the worker's thread once available holds the answer.
+    void answered();
 
 private:
     QString m_ip;
@@ -41,5 +46,6 @@ private:
     QString m_certificatePath;
     // Written by the worker's reply on its own thread, read by the window.
     std::atomic<bool> m_available{false};
+    std::atomic<int> m_answers{0};
     DeskLinkWorker *m_worker = nullptr;
 };

@@ -19,4 +19,11 @@
     <message><source>磁盘</source><translation>Disk</translation></message>
     <message><source>系统</source><translation>Operating System</translation></message>
 </context>
+<context>
+    <name>check</name>
+    <message><source>通过</source><translation>pass</translation></message>
+    <message><source>未通过</source><translation>fail</translation></message>
+    <message><source>结论：本终端满足桌面客户端的要求</source><translation>Verdict: this terminal suits the desktop client</translation></message>
+    <message><source>结论：本终端不满足桌面客户端的要求</source><translation>Verdict: this terminal does not suit the desktop client</translation></message>
+</context>
 </TS>

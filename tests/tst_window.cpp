@@ -1,5 +1,6 @@
-// The window document against a model the test controls: rows, warnings,
-// translation, disk list, refresh timer, dragging and the close button.
+// The window document against a model the test controls: rows, warnings (and
+// probix-check judging alike), translation, disk list, refresh timer, dragging
+// and the close button.
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -7,7 +8,14 @@
 #include <QtQml>
 #include <QtTest>
 
+#include <fstream>
+
+#include "cpu.h"
+#include "cpufrequency.h"
 #include "disk.h"
+#include "fleetcheck.h"
+#include "performanceparsers.h"
+#include "probix.h"
 #include "themeobject.h"
 
 class FakeServer : public QObject
@@ -138,28 +146,68 @@ private slots:
                      QColor("#52c41a"));
     }
 
-    void thresholdsJudgeTheText_data()
+    // One table, both fronts: the window's warnings and probix-check's judgement
+    // over the texts that the fixture machines give, and the edges of the rule.
+    void checkAgreesWithWindow_data()
     {
         QTest::addColumn<QString>("frequency");
         QTest::addColumn<QString>("memory");
-        QTest::addColumn<bool>("warns");
-        QTest::newRow("at both thresholds") << "2.3"
-                                            << "2" << false;
-        QTest::newRow("just below both") << "2.2"
-                                         << "1.9" << true;
-        QTest::newRow("exponent memory text") << "3.0"
-                                              << "1.3e+02" << false;
-        QTest::newRow("empty texts count as zero") << ""
-                                                   << "" << true;
+        QTest::addColumn<bool>("cpuWarns");
+        QTest::addColumn<bool>("memoryWarns");
+        const auto cpuinfo = [](const char *machine) {
+            std::ifstream in(std::string(PROBIX_TEST_DATA "/cpuinfo/") + machine);
+            return Probix::frequencyText(cpuInfoFrequency(in));
+        };
+        const auto lscpu = [](const char *machine) {
+            QFile file(QString(PROBIX_TEST_DATA "/lscpu/") + machine);
+            file.open(QIODevice::ReadOnly);
+            return Probix::frequencyText(lscpuFrequency(commandOutputLines(file.readAll()), 0));
+        };
+        const auto meminfo = [](const char *machine) {
+            QFile file(QString(PROBIX_TEST_DATA "/meminfo/") + machine);
+            file.open(QIODevice::ReadOnly);
+            const QString kb = QRegularExpression(R"(MemTotal:\s*(\d+))").match(file.readAll()).captured(1);
+            return Probix::memoryText(performanceparsers::kernelMemoryTotal(kb));
+        };
+        // The kernel saw the i5 throttled to 1199 MHz; the desktop has 7.8 GB.
+        QTest::newRow("i5-m560 laptop, i7-2600 desktop")
+            << cpuinfo("x86-intel-i5-m560-2c4t-ht-dell-e4310.txt")
+            << meminfo("x86-desktop-i7-2600-8gb-kernel-3.13-no-memavailable.txt") << true << false;
+        QTest::newRow("arm64 big.LITTLE board, Jetson nano")
+            << cpuinfo("arm64-biglittle-a510-a710-a715-x3-8cpu.txt")
+            << meminfo("arm64-jetson-nano-4gb-nvmap-extra-keys.txt") << true << false;
+        // 2400 MHz at most; 128 GB shows as "1.3e+02", which JavaScript reads as 130.
+        QTest::newRow("Pentium 2020M, Xeon server")
+            << lscpu("x86-cpu-mhz-max-min-pentium-2020m.txt")
+            << meminfo("x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt") << false << false;
+        QTest::newRow("Cortex-A55 by lscpu") << lscpu("arm64-cortex-a55-max-min-no-cur.txt") << "1.9" << true
+                                             << true;
+        QTest::newRow("i7-1165G7 by lscpu") << lscpu("x86-new-format-no-cpu-mhz-scaling-pct-i7-1165g7-utillinux.txt")
+                                            << "16" << false << false;
+        QTest::newRow("at both thresholds") << "2.3" << "2" << false << false;
+        QTest::newRow("just below both") << "2.2" << "1.9" << true << true;
+        QTest::newRow("empty texts count as zero") << "" << "" << true << true;
+        QTest::newRow("a text that is no number never warns") << "nan" << "inf" << false << false;
     }
-    void thresholdsJudgeTheText()
+    void checkAgreesWithWindow()
     {
         QFETCH(QString, frequency);
         QFETCH(QString, memory);
-        QFETCH(bool, warns);
-        FakeProbix::last->show(frequency, memory, true);
-        QCOMPARE(!warning("cpuInfor").isEmpty(), warns);
-        QCOMPARE(!warning("memeryInfor").isEmpty(), warns);
+        QFETCH(bool, cpuWarns);
+        QFETCH(bool, memoryWarns);
+        for (bool answered : {true, false}) {
+            FakeProbix::last->show(frequency, memory, answered);
+            FleetCheck::Report report;
+            report.cpu = frequency;
+            report.memory = memory;
+            report.answered = answered;
+            QCOMPARE(!warning("cpuInfor").isEmpty(), cpuWarns);
+            QCOMPARE(!report.cpuPasses(), cpuWarns);
+            QCOMPARE(!warning("memeryInfor").isEmpty(), memoryWarns);
+            QCOMPARE(!report.memoryPasses(), memoryWarns);
+            QCOMPARE(!warning("bandwidthInfor").isEmpty(), !answered);
+            QCOMPARE(report.suitable(), !cpuWarns && !memoryWarns && answered);
+        }
     }
 
     void englishTranslation()
