@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Proves a probix package on a bare terminal: installs it with apt into a fresh
-# minimal bookworm folder, starts the window there as a normal user (English,
-# Chinese, and on a read-only root) and reads its rows from screenshots; checks
-# that the sudoers rule allows the two firmware queries and nothing else; purges
-# the package and checks that nothing of it is left while a certificate the
-# administrator put in /etc/probix stays.
+# minimal bookworm folder, runs probix-check there and starts the window as a
+# normal user (English, Chinese, and on a read-only root), reading its rows from
+# screenshots; checks that the sudoers rule allows the two firmware queries and
+# nothing else; purges the package and checks that nothing of it is left while a
+# certificate the administrator put in /etc/probix stays.
 #
 # Usage: scripts/install-check.sh probix_<version>_<arch>.deb [output folder]
 # Screenshots and the log go to the output folder (default build/install-check).
@@ -61,6 +61,18 @@ if as_user "$sys" sudo -n dmidecode -t memory 2>&1 | grep -qi 'password'; then
 else
     pass "sudo -n dmidecode -t memory runs without a password"
 fi
+
+echo "== probix-check, as $user, no server configured"
+rc=0
+as_user "$sys" env -i HOME="/home/$user" LANG=C.UTF-8 PATH=/usr/bin:/bin probix-check --json \
+    >"$out/check.json" 2>"$out/check.log" || rc=$?
+check "probix-check --json exits 1: no server configured, so not suitable" test "$rc" = 1
+check "probix-check --json prints its keys" python3 -c '
+import json, sys
+record = json.load(open(sys.argv[1]))
+assert sorted(record) == ["cpu", "disks", "memory", "os", "server", "suitable", "version"], sorted(record)
+assert record["server"]["answered"] is False and record["suitable"] is False
+' "$out/check.json"
 
 # Starts the installed window as the normal user in the chroot $1 with the
 # client's language $2, screenshots it to $3 and prints the screenshot's text.

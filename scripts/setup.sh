@@ -15,7 +15,7 @@ $SUDO apt-get install -y -q --no-install-recommends \
   qml-module-qtgraphicaleffects libqt5svg5 \
   libprotobuf-dev protobuf-compiler libgrpc++-dev protobuf-compiler-grpc \
   xvfb xauth xdotool x11-apps imagemagick fonts-noto-cjk openssl \
-  sudo dmidecode lsb-release procps iproute2 util-linux \
+  sudo dmidecode lsb-release procps iproute2 util-linux ansible-core \
   g++-aarch64-linux-gnu qemu-user
 if [ "${1:-}" = --packaging ]; then
   $SUDO apt-get install -y -q --no-install-recommends \
