@@ -74,6 +74,20 @@ assert sorted(record) == ["cpu", "disks", "memory", "os", "server", "suitable", 
 assert record["server"]["answered"] is False and record["suitable"] is False
 ' "$out/check.json"
 
+# The fleet playbook shipped with the package, run by this machine's ansible-playbook
+# against the bare system as one host whose probix-check is the installed one.
+cat >"$PROBIX_WORK/probix-check" <<WRAPPER
+#!/bin/sh
+exec chroot "$sys" runuser -u "$user" -- env -i HOME="/home/$user" LANG=C.UTF-8 PATH=/usr/bin:/bin probix-check "\$@"
+WRAPPER
+chmod +x "$PROBIX_WORK/probix-check"
+printf 'terminal ansible_connection=local ansible_python_interpreter=%s probix_check=%s\n' \
+    "$(command -v python3)" "$PROBIX_WORK/probix-check" >"$PROBIX_WORK/inventory.ini"
+ANSIBLE_HOME=$PROBIX_WORK/ansible ANSIBLE_NOCOLOR=1 ansible-playbook -i "$PROBIX_WORK/inventory.ini" \
+    "$sys/usr/share/doc/probix/examples/probix-check.yml" -e "probix_csv=$out/fleet.csv" >"$out/fleet.log" 2>&1 || true
+check "the shipped playbook writes the bare terminal's CSV row" \
+    grep -q '^terminal,false,[^,]*,[^,]*,not answered,"' "$out/fleet.csv"
+
 # Starts the installed window as the normal user in the chroot $1 with the
 # client's language $2, screenshots it to $3 and prints the screenshot's text.
 # Fails when no window of the expected title and size comes up or it dies.

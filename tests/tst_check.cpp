@@ -73,6 +73,7 @@ private slots:
         QTest::addColumn<bool>("answered");
         QTest::newRow("answering") << "up" << true;
         QTest::newRow("down") << "down" << false;
+        QTest::newRow("silent past the deadline") << "silent" << false;
         QTest::newRow("not configured") << "none" << false;
     }
     void waitsForTheAnswer()
@@ -82,9 +83,9 @@ private slots:
         TestServer real(home.path(), "server");
         QVERIFY(real.start(0));
         // A slow answer, still within the deadline: only a real wait sees it.
-        real.core.delayMs = 800;
+        real.core.delayMs = server == "silent" ? 10000 : 800;
         const int port = real.port();
-        if (server != "up")
+        if (server == "down" || server == "none")
             real.stop();
         writeSettings(server == "none" ? -1 : port);
         Probix model;
