@@ -85,14 +85,14 @@ QString text(const Report &report)
     lines << "CPU" + gap + window("本机") + "：" + report.cpu + " GHz" + gap + window("推荐") + "：" +
                  QString::number(cpuRequirementGhz) + " GHz" + window("以上") + gap +
                  mark(report.cpuPasses(), "CPU主频低");
-    lines << window("内存") + gap + window("本机") + "：" + report.memory + " GB" + gap + window("推荐") + "：" +
-                 QString::number(memoryRequirementGb) + " GB" + window("以上") + gap +
+    lines << window("内存") + gap + window("本机") + "：" + report.memory + " GB" + gap + window("推荐") +
+                 "：" + QString::number(memoryRequirementGb) + " GB" + window("以上") + gap +
                  mark(report.memoryPasses(), "内存过低");
     QString network = window("网络") + gap;
     if (report.answered)
         network += window("状态") + "：" + window("良好") + gap;
-    lines << network + window("客户端当前配置地址") + "：" + report.serverAddress + " : " + report.serverPort +
-                 gap + mark(report.answered, "故障");
+    lines << network + window("客户端当前配置地址") + "：" + report.serverAddress + " : " +
+                 report.serverPort + gap + mark(report.answered, "故障");
     QStringList disks;
     for (const DiskFigures &disk : report.disks)
         disks << disk.device + " " + disk.free + " GB / " + disk.total + " GB";
@@ -111,9 +111,11 @@ QByteArray json(const Report &report, const QString &version)
     const QJsonObject object{
         {"version", version},
         {"suitable", report.suitable()},
-        {"cpu", QJsonObject{{"ghz", report.cpu}, {"requirement", cpuRequirementGhz}, {"pass", report.cpuPasses()}}},
-        {"memory",
-         QJsonObject{{"gb", report.memory}, {"requirement", memoryRequirementGb}, {"pass", report.memoryPasses()}}},
+        {"cpu",
+         QJsonObject{{"ghz", report.cpu}, {"requirement", cpuRequirementGhz}, {"pass", report.cpuPasses()}}},
+        {"memory", QJsonObject{{"gb", report.memory},
+                               {"requirement", memoryRequirementGb},
+                               {"pass", report.memoryPasses()}}},
         {"server", QJsonObject{{"address", report.serverAddress},
                                {"port", report.serverPort},
                                {"answered", report.answered}}},

@@ -44,7 +44,8 @@ int main(int argc, char *argv[])
     Probix model; // its constructor runs the refresh and asks the server
     FleetCheck::waitForAnswer(*model.serverinfo());
     const FleetCheck::Report report = FleetCheck::read(model);
-    const QByteArray out = asJson ? FleetCheck::json(report, PROBIX_VERSION) : FleetCheck::text(report).toUtf8();
+    const QByteArray out =
+        asJson ? FleetCheck::json(report, PROBIX_VERSION) : FleetCheck::text(report).toUtf8();
     std::fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
     return report.suitable() ? 0 : 1;
 }

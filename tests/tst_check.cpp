@@ -115,9 +115,12 @@ private slots:
         QJsonParseError error;
         const QJsonObject object = QJsonDocument::fromJson(FleetCheck::json(report, "1.0"), &error).object();
         QCOMPARE(error.error, QJsonParseError::NoError);
-        QCOMPARE(object.keys(), QStringList({"cpu", "disks", "memory", "os", "server", "suitable", "version"}));
-        QCOMPARE(object["cpu"].toObject(), QJsonObject({{"ghz", "2.4"}, {"requirement", 2.3}, {"pass", true}}));
-        QCOMPARE(object["memory"].toObject(), QJsonObject({{"gb", "1.9"}, {"requirement", 2}, {"pass", false}}));
+        QCOMPARE(object.keys(),
+                 QStringList({"cpu", "disks", "memory", "os", "server", "suitable", "version"}));
+        QCOMPARE(object["cpu"].toObject(),
+                 QJsonObject({{"ghz", "2.4"}, {"requirement", 2.3}, {"pass", true}}));
+        QCOMPARE(object["memory"].toObject(),
+                 QJsonObject({{"gb", "1.9"}, {"requirement", 2}, {"pass", false}}));
         QCOMPARE(object["server"].toObject(),
                  QJsonObject({{"address", "10.0.0.1"}, {"port", "443"}, {"answered", true}}));
         QCOMPARE(object["disks"].toArray().at(1).toObject(),

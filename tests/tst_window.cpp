@@ -180,14 +180,19 @@ private slots:
         QTest::newRow("Pentium 2020M, Xeon server")
             << lscpu("x86-cpu-mhz-max-min-pentium-2020m.txt")
             << meminfo("x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt") << false << false;
-        QTest::newRow("Cortex-A55 by lscpu") << lscpu("arm64-cortex-a55-max-min-no-cur.txt") << "1.9" << true
-                                             << true;
-        QTest::newRow("i7-1165G7 by lscpu") << lscpu("x86-new-format-no-cpu-mhz-scaling-pct-i7-1165g7-utillinux.txt")
-                                            << "16" << false << false;
-        QTest::newRow("at both thresholds") << "2.3" << "2" << false << false;
-        QTest::newRow("just below both") << "2.2" << "1.9" << true << true;
-        QTest::newRow("empty texts count as zero") << "" << "" << true << true;
-        QTest::newRow("a text that is no number never warns") << "nan" << "inf" << false << false;
+        QTest::newRow("Cortex-A55 by lscpu")
+            << lscpu("arm64-cortex-a55-max-min-no-cur.txt") << "1.9" << true << true;
+        QTest::newRow("i7-1165G7 by lscpu")
+            << lscpu("x86-new-format-no-cpu-mhz-scaling-pct-i7-1165g7-utillinux.txt") << "16" << false
+            << false;
+        QTest::newRow("at both thresholds") << "2.3"
+                                            << "2" << false << false;
+        QTest::newRow("just below both") << "2.2"
+                                         << "1.9" << true << true;
+        QTest::newRow("empty texts count as zero") << ""
+                                                   << "" << true << true;
+        QTest::newRow("a text that is no number never warns") << "nan"
+                                                              << "inf" << false << false;
     }
     void checkAgreesWithWindow()
     {
