@@ -6,6 +6,8 @@
 #include <QTextCodec>
 #include <QtDebug>
 
+#include <algorithm>
+
 #include "desklinkworker.h"
 #include "internationalization.h"
 
@@ -31,6 +33,22 @@ void ServerInfo::queryServer()
         m_worker->queryServerTypeInfo();
 }
 
+QList<int> ServerInfo::arrayIndices(const QStringList &groups, int size)
+{
+    // The same entries, in the same order, as a walk over every index below the
+    // stated size, where an index with no entry matches nothing; but a size of
+    // 2147483647 no longer costs a look-up per index.
+    QList<int> indices;
+    for (const QString &group : groups) {
+        bool number = false;
+        const int key = group.toInt(&number);
+        if (number && key >= 1 && key <= size && group == QString::number(key))
+            indices.append(key - 1);
+    }
+    std::sort(indices.begin(), indices.end());
+    return indices;
+}
+
 void ServerInfo::reloadSettings()
 {
     const QString oldIp = m_ip;
@@ -51,7 +69,7 @@ void ServerInfo::reloadSettings()
     }
     m_ip = settings.value("CURSERVERIP", QVariant()).toString();
     const int count = settings.beginReadArray("SERVERS");
-    for (int index = 0; index < count; ++index) {
+    for (int index : arrayIndices(settings.childGroups(), count)) {
         settings.setArrayIndex(index);
         if (!settings.contains("SERVERIP"))
             continue;

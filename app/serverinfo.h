@@ -2,8 +2,10 @@
 // answers. The client's settings file is read again at every check, so a
 // changed address reaches the window within one refresh.
 #pragma once
+#include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 
@@ -25,6 +27,9 @@ public:
     bool available() const { return m_available.load(std::memory_order_relaxed); }
 
     void checkServerAvailable();
+    // Which indices of the settings' server array hold an entry, from the array's
+    // child groups and its stated size; ascending.
+    static QList<int> arrayIndices(const QStringList &groups, int size);
     void reloadSettings();
     void queryServer();
 

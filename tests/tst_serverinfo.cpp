@@ -1,6 +1,7 @@
 // The server check as the window runs it: the client's settings.ini read at
 // every check, the worker kept or replaced, the reply stored, the signal once
 // per check. HOME is a temporary folder; the server is real.
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QSettings>
 #include <QSignalSpy>
@@ -88,6 +89,48 @@ private slots:
         QCOMPARE(server.ip(), QString("10.0.0.1"));
         QCOMPARE(server.port(), port);
         QCOMPARE(server.worker() != nullptr, !port.isEmpty());
+    }
+
+    // A stated size far beyond the entries: answered at once, with the answer a
+    // walk over every index would give.
+    void hugeArraySize_data()
+    {
+        QTest::addColumn<QByteArray>("entries");
+        QTest::addColumn<QString>("port");
+        QTest::newRow("no entry at all") << QByteArray() << "";
+        QTest::newRow("one entry far in")
+            << QByteArray("SERVERS\\70000\\SERVERIP=a\nSERVERS\\70000\\SERVERPORT=7\n") << "7";
+        QTest::newRow("lowest index wins, not the file's order")
+            << QByteArray("SERVERS\\9\\SERVERIP=a\nSERVERS\\9\\SERVERPORT=9\n"
+                          "SERVERS\\3\\SERVERIP=a\nSERVERS\\3\\SERVERPORT=3\n")
+            << "3";
+        QTest::newRow("a key that is no index the walk makes")
+            << QByteArray("SERVERS\\03\\SERVERIP=a\nSERVERS\\03\\SERVERPORT=3\n") << "";
+    }
+    void hugeArraySize()
+    {
+        QFETCH(QByteArray, entries);
+        QFETCH(QString, port);
+        QDir(home.path()).mkpath("Documents/Tessera");
+        QFile file(home.filePath("Documents/Tessera/settings.ini"));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("[SERVERINFO]\nCURSERVERIP=a\nSERVERS\\size=2147483647\n" + entries);
+        file.close();
+        ServerInfo server;
+        QElapsedTimer clock;
+        clock.start();
+        server.reloadSettings();
+        QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(server.ip(), QString("a"));
+        QCOMPARE(server.port(), port);
+    }
+
+    void arrayIndicesBelowTheStatedSize()
+    {
+        const QStringList groups{"2", "10", "1", "11", "0", "-1", "x", "02"};
+        QCOMPARE(ServerInfo::arrayIndices(groups, 10), QList<int>({0, 1, 9}));
+        QCOMPARE(ServerInfo::arrayIndices(groups, 0), QList<int>());
+        QCOMPARE(ServerInfo::arrayIndices(groups, -5), QList<int>());
     }
 
     void workerKeptUntilTheAddressChanges()
