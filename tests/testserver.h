@@ -2,6 +2,8 @@
 // TLS on 127.0.0.1, with a certificate made by openssl for the test run.
 #pragma once
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QString>
 
@@ -46,6 +48,23 @@ inline bool makeCertificate(const QString &folder, const QString &name)
                               "/CN=probix-test", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout",
                               folder + "/" + name + ".key", "-out", folder + "/" + name + ".pem"});
     return openssl.waitForFinished(60000) && openssl.exitCode() == 0;
+}
+
+// Makes the server's certificate in folder and puts its public half at pem, where
+// the program under test looks for it (config/grpcserver.pem beside it).
+inline bool placeCertificate(const QString &folder, const QString &pem)
+{
+    if (!makeCertificate(folder, "server"))
+        return false;
+    QDir().mkpath(QFileInfo(pem).path());
+    QFile::remove(pem);
+    return QFile::copy(folder + "/server.pem", pem);
+}
+
+inline void removeCertificate(const QString &pem)
+{
+    QFile::remove(pem);
+    QDir().rmdir(QFileInfo(pem).path());
 }
 
 inline std::string readAll(const QString &path)

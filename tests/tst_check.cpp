@@ -56,16 +56,9 @@ private slots:
     void initTestCase()
     {
         qputenv("HOME", home.path().toUtf8());
-        QVERIFY(makeCertificate(home.path(), "server"));
-        QDir().mkpath(QFileInfo(pem).path());
-        QFile::remove(pem);
-        QVERIFY(QFile::copy(home.filePath("server.pem"), pem));
+        QVERIFY(placeCertificate(home.path(), pem));
     }
-    void cleanupTestCase()
-    {
-        QFile::remove(pem);
-        QDir().rmdir(QFileInfo(pem).path());
-    }
+    void cleanupTestCase() { removeCertificate(pem); }
 
     void waitsForTheAnswer_data()
     {

@@ -52,17 +52,13 @@ private slots:
     void initTestCase()
     {
         qputenv("HOME", home.path().toUtf8());
-        QVERIFY(makeCertificate(home.path(), "server"));
-        QDir().mkpath(QFileInfo(pem).path());
-        QFile::remove(pem);
-        QVERIFY(QFile::copy(home.filePath("server.pem"), pem));
+        QVERIFY(placeCertificate(home.path(), pem));
         qInstallMessageHandler(capture);
     }
     void cleanupTestCase()
     {
         qInstallMessageHandler(nullptr);
-        QFile::remove(pem);
-        QDir().rmdir(QFileInfo(pem).path());
+        removeCertificate(pem);
     }
     void init() { logLines.clear(); }
 
