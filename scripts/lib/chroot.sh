@@ -35,9 +35,8 @@ run_in_namespace() {
                  exec bash "$0" "$@"' "$0" "$@" &
     child=$!
     # Stopped from outside, the namespace goes down whole (unshare holds TERM back;
-    # KILL takes it and --kill-child takes the rest), then the
-    # folder is removed. Seen from here it holds no mounts, so removing it can
-    # reach nothing but its own files.
+    # KILL takes it and --kill-child takes the rest), then the folder is removed.
+    # Seen from here it holds no mounts, so removing it reaches only its own files.
     trap 'kill -KILL "$child" 2>/dev/null' TERM INT HUP
     wait "$child" || rc=$?
     while kill -0 "$child" 2>/dev/null; do
