@@ -22,11 +22,12 @@ shot=$root/build-arm64/arm64.png
 chroot "$ARM64_CHROOT" env -i HOME=/root DISPLAY="$DISPLAY" LANG=C.UTF-8 PATH=/usr/bin:/bin \
     qemu-aarch64 "$root/build-arm64/probix" >"$root/build-arm64/arm64-window.log" 2>&1 &
 pid=$!
-if ! wid=$(wait_window '^(硬件检测|Hardware detection)$' "$pid" 60) || ! screenshot "$wid" "$shot" 120; then
+if ! wid=$(wait_window '^(硬件检测|Hardware detection)$' "$pid" 60) ||
+    ! text=$(read_window "$wid" "$shot" eng english_rows 4); then
     echo "the arm64 window did not come up:" >&2
     tail -n 20 "$root/build-arm64/arm64-window.log" >&2
     exit 1
 fi
 kill "$pid"
-english_rows "$(read_text "$shot" eng)"
+english_rows "$text" || { printf 'the window read as:\n%s\n' "$text" >&2; exit 1; }
 echo "arm64 window with its five rows: $shot"

@@ -28,7 +28,8 @@ fail() { echo "FAIL $*"; failures=$((failures + 1)); }
 check() {
     local what=$1
     shift
-    if "$@" >/dev/null 2>&1; then pass "$what"; else fail "$what"; fi
+    local said
+    if said=$("$@" 2>&1); then pass "$what"; else fail "$what"; [ -z "$said" ] || sed 's/^/     /' <<<"$said"; fi
 }
 as_user() { chroot "$1" runuser -u "$user" -- "${@:2}"; }
 
@@ -106,7 +107,11 @@ show_window() {
         kill "$pid" 2>/dev/null
         return 1
     fi
-    screenshot "$wid" "$shot" 30 || return 1
+    if [ "$language" = English ]; then
+        text=$(read_window "$wid" "$shot" eng english_rows 3) || return 1
+    else
+        text=$(read_window "$wid" "$shot" chi_sim+eng chinese_title 3) || return 1
+    fi
     local size
     size=$(xdotool getwindowgeometry "$wid" | awk '/Geometry/ { print $2 }')
     if ! kill "$pid" 2>/dev/null; then
@@ -115,9 +120,14 @@ show_window() {
     fi
     wait "$pid" 2>/dev/null || true
     [ "$size" = 740x570 ] || { echo "window is $size, not 740x570" >&2; return 1; }
-    text=$(read_text "$shot" "$([ "$language" = English ] && echo eng || echo chi_sim+eng)")
     printf '%s\n' "$text" >"$shot.txt"
     printf '%s\n' "$text"
+}
+
+# Succeeds when the text $1 holds the Chinese title: boxes instead of glyphs (a
+# missing CJK font) would not read as it.
+chinese_title() {
+    grep -q '硬件检测' <<<"$1"
 }
 
 # The figure of the Memory row: the first "N GB" after the row's heading.
@@ -129,6 +139,7 @@ start_x
 echo "== the window, as $user, without certificate or agent files"
 if text=$(show_window "$sys" English "$out/installed-en.png"); then
     check "English window shows its five rows" english_rows "$text"
+    english_rows "$text" 2>/dev/null || printf 'the window read as:\n%s\n' "$text" | sed 's/^/     /'
     memory=$(memory_figure "$text")
     echo "     Memory row: ${memory:-unread}"
     if chroot "$sys" dmidecode -t memory 2>/dev/null | grep -qE 'Size: [0-9]+ [MG]B'; then
@@ -140,8 +151,7 @@ else
     fail "English window comes up"
 fi
 if text=$(show_window "$sys" "Simplified Chinese" "$out/installed-zh.png"); then
-    # Boxes instead of glyphs (a missing CJK font) would not read as these.
-    check "Chinese window shows its title and rows in Chinese" grep -q '硬件检测' <<<"$text"
+    check "Chinese window shows its title in Chinese" chinese_title "$text"
     check "Chinese window shows the CPU row" grep -q 'CPU' <<<"$text"
 else
     fail "Chinese window comes up"

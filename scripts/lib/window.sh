@@ -44,3 +44,21 @@ english_rows() {
         grep -q "$heading" <<<"$1" || { echo "no row \"$heading\" in the window" >&2; return 1; }
     done
 }
+
+# Screenshots the window $1 to $2 and prints its text read in language $3 once
+# the command $4 accepts that text, trying $5 times. A window can be caught in
+# the middle of drawing a frame (slowly, under emulation), so one bad read is
+# not yet a missing row; after the last try the text is printed and $4 judged.
+read_window() {
+    local wid=$1 shot=$2 language=$3 accepts=$4 tries=$5 text
+    for try in $(seq "$tries"); do
+        screenshot "$wid" "$shot" 120 || return 1
+        text=$(read_text "$shot" "$language")
+        if [ "$try" -lt "$tries" ] && ! "$accepts" "$text" 2>/dev/null; then
+            sleep 2
+            continue
+        fi
+        printf '%s\n' "$text"
+        return 0
+    done
+}
