@@ -1,5 +1,6 @@
 #include "osinfo.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -172,7 +173,11 @@ unsigned countMice(const char *pattern)
         wordexp_t *words;
         ~Guard() { wordfree(words); }
     } guard{&words};
-    if (wordexp(pattern, &words, 0) != 0)
+    // Never a command substitution: the pattern is a caller's text and this is no shell.
+    const int refused = wordexp(pattern, &words, WRDE_NOCMD);
+    if (refused == WRDE_CMDSUB)
+        std::fprintf(stderr, "[ countMice ] refused a pattern with a command substitution: %s\n", pattern);
+    if (refused != 0)
         return 0;
     // An unmatched pattern comes back unchanged as the one word.
     if (words.we_wordc == 1 && std::strcmp(words.we_wordv[0], pattern) == 0)

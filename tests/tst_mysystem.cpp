@@ -58,6 +58,33 @@ private slots:
         QTest::qWait(1500);
         QVERIFY2(QDir(tmp.path()).isEmpty(), qPrintable(QDir(tmp.path()).entryList(QDir::Files).join(' ')));
     }
+    void fitsCommand_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("betweenQuotes");
+        QTest::addColumn<bool>("fits");
+        for (const char *plain :
+             {"sda", "nvme0n1", "tessera-desktop", "/opt/Tessera_2.1", "enp0s31f6", "Tessera", ""})
+            QTest::newRow(plain) << QString(plain) << false << true;
+        QTest::newRow("blank between quotes") << "Wired connection 1" << true << true;
+        QTest::newRow("blank standing bare") << "Wired connection 1" << false << false;
+        QTest::newRow("letters beyond ASCII") << QString::fromUtf8("有线连接 1") << true << true;
+        for (const QChar c : QString("'\"\\`$;|&<>()*?[]{}~#!\n\r\t") + QChar(0) + QChar(0x7f))
+            QTest::newRow(qPrintable(QString("x%1y").arg(c.unicode())))
+                << "x" + QString(c) + "y" << true << false;
+    }
+    void fitsCommand()
+    {
+        QFETCH(QString, value);
+        QFETCH(bool, betweenQuotes);
+        QFETCH(bool, fits);
+        QCOMPARE(mySystem::fitsCommand(value, "caller", betweenQuotes), fits);
+        QString quoted;
+        QDebug(&quoted) << value;
+        const QString refusal =
+            "[ caller ] refused, not a plain value for a command line: " + quoted.trimmed();
+        QCOMPARE(capturedLog, fits ? QStringList() : QStringList(refusal));
+    }
     void mySystemLogsRawWaitStatus()
     {
         mySystem::mySystem("exit 1");

@@ -83,6 +83,10 @@ private slots:
         }
         QCOMPARE(countMice(pattern.constData()), 2u);
         QCOMPARE(countMice((pattern + ";|").constData()), 0u); // rejected by the shell rules
+        const QByteArray pwned = QFile::encodeName(input.filePath("pwned"));
+        for (const QByteArray &substitution : {"$(touch " + pwned + ")", "`touch " + pwned + "`"})
+            QCOMPARE(countMice((pattern + substitution).constData()), 0u);
+        QVERIFY(!QFile::exists(input.filePath("pwned")));
     }
 };
 

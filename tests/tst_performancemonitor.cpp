@@ -93,6 +93,18 @@ private slots:
         QCOMPARE(got, ("sda 465.762 " + sample.section(" | ", 1)).split(' '));
         QCOMPARE(fakes.commands().size(), 5); // two passes; sdz is removable, mmcblk0 has no line
     }
+    void diskNameWithShellSyntax()
+    {
+        // A name lsblk prints stands inside awk's quotes inside the shell's.
+        const QString pwned = QDir(qEnvironmentVariable("PROBIX_FAKE_DIR")).filePath("pwned");
+        fakes.put("lsblk.out", ("sdx';touch${IFS}" + pwned + ";' 500107862016 0\n").toUtf8());
+        fakes.put("proc/diskstats", "   8       0 sda 1 1 5000000000 1 1 1 1 1 0 1 1\n");
+        QList<QSharedPointer<PhysicalDisk>> disks;
+        PerformanceMonitor::getPhysicalDiskInfo(disks);
+        QVERIFY(disks.isEmpty());
+        QVERIFY(!QFile::exists(pwned));
+        QCOMPARE(FakeCommands::messages().filter("refused").size(), 1);
+    }
     void getLogicalDiskInfo()
     {
         fakes.put("lsblk.out", "sda1 1073741824 /boot 0\nsda2 62914560000 /home 0\nvg-root 19327352832 / 0\n"

@@ -120,6 +120,23 @@ private slots:
         QVERIFY(children.back()->waitForFinished());
     }
 
+    // Names reach pidof bare and grep between quotes; none of these may run the touch.
+    void namesWithShellSyntaxRunNothing()
+    {
+        const QString pwned = QDir(qEnvironmentVariable("PROBIX_FAKE_DIR")).filePath("pwned");
+        for (const QString &name :
+             {"x';touch " + pwned + ";'", "x\"$(touch " + pwned + ")\"", "x;touch " + pwned}) {
+            fakes.clear();
+            QVERIFY(!mySystem::isProcessRunningOnLinux(name));
+            QCOMPARE(mySystem::countProcessLines(name), 1);
+            QCOMPARE(mySystem::getProcessMemory(name), QList<uint>{0});
+            mySystem::killProcessByName(name);
+            QVERIFY2(!QFile::exists(pwned), qPrintable(name));
+            QCOMPARE(fakes.commands(), QStringList());
+            QCOMPARE(FakeCommands::messages().filter("refused").size(), 4);
+        }
+    }
+
     void systemMemory()
     {
         fakes.put("free.out", "      total     used     free   shared  buff/cache   available\n"

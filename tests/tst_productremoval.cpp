@@ -96,6 +96,26 @@ private slots:
                                            "\" | grep -wi \"start.sh\""}));
     }
 
+    // The package database is written by whoever built the package: its names and
+    // folders must not run the touch that sits in the shell's working folder here.
+    void shellSyntaxFromThePackageDatabaseRunsNothing()
+    {
+        if (!pidof("Tessera").isEmpty())
+            QSKIP("another process carries the product's name; it is never ended here");
+        const QString folder = "opt/x;touch${IFS}pwned;", previous = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(dir));
+        fakes.put("dpkg-list.out", "ii  tessera\";touch${IFS}pwned;\" 1.0 amd64 Desktop\n");
+        QCOMPARE(getTesseraInstallPath(), QString());
+        fakes.put("dpkg-list.out", FakeCommands::read("dpkg-list"));
+        fakes.put("dpkg-files-tessera-desktop.out", (dir + folder + "/start.sh\n").toUtf8());
+        fakes.put(folder + "/uninstall.sh", "");
+        uninstallTessera();
+        QDir::setCurrent(previous);
+        QVERIFY(!QFile::exists(dir + "pwned"));
+        QVERIFY(fakes.fakeLog().filter("uninstall.sh").isEmpty());
+        QCOMPARE(FakeCommands::messages().filter("refused").size(), 2);
+    }
+
     void removeUsbDriveFilesOnLinux()
     {
         removeUsbDriveFiles(); // off Windows each driver path is one odd name in the current folder

@@ -59,31 +59,44 @@ private slots:
     }
     void netSettings_data()
     {
-        QTest::addColumn<QString>("fixture");  // empty: no nmcli on PATH at all
-        QTest::addColumn<QString>("expected"); // connection|method|gateway|dns1|dns2
-        const QString wired = "Wired connection 1|%1|192.0.2.1|192.0.2.53|198.51.100.53";
-        QTest::newRow("manual") << "con-show-manual.txt" << wired.arg("static");
-        QTest::newRow("auto, active values") << "con-show-auto.txt" << wired.arg("dhcp");
-        QTest::newRow("no nmcli") << QString() << "|dhcp|||";
+        QTest::addColumn<QString>("fixture");    // empty: no nmcli on PATH at all
+        QTest::addColumn<QString>("connection"); // the name nmcli gives the card's connection
+        QTest::addColumn<QString>("expected");   // connection|method|gateway|dns1|dns2
+        const QString wired = "Wired connection 1", values = "|%1|192.0.2.1|192.0.2.53|198.51.100.53";
+        QTest::newRow("manual") << "con-show-manual.txt" << wired << wired + values.arg("static");
+        QTest::newRow("auto, active values") << "con-show-auto.txt" << wired << wired + values.arg("dhcp");
+        QTest::newRow("no nmcli") << QString() << wired << "|dhcp|||";
+        // Any local user may name a connection; this one would run touch in every query.
+        const QString hostile = "x';touch pwned;'";
+        QTest::newRow("connection name with shell syntax")
+            << "con-show-manual.txt" << hostile << hostile + "|dhcp|||";
     }
     void netSettings()
     {
         QFETCH(QString, fixture);
+        QFETCH(QString, connection);
         QFETCH(QString, expected);
         QTemporaryDir bin; // the shell sees only these tools, so a real nmcli is never asked
-        for (const char *tool : {"sh", "grep", "awk", "cat"})
+        for (const char *tool : {"sh", "grep", "awk", "cat", "touch"})
             QVERIFY(QFile::link(QStandardPaths::findExecutable(tool), bin.filePath(tool)));
         if (!fixture.isEmpty()) {
             QVERIFY(QFile::copy(PROBIX_TEST_DATA "/nmcli/fake-nmcli.sh", bin.filePath("nmcli")));
             QVERIFY(QFile::setPermissions(bin.filePath("nmcli"), QFile::ReadOwner | QFile::ExeOwner));
-            QVERIFY(QFile::link(PROBIX_TEST_DATA "/nmcli/device-show-connected.txt", bin.filePath("device")));
+            QFile device(PROBIX_TEST_DATA "/nmcli/device-show-connected.txt"), copy(bin.filePath("device"));
+            QVERIFY(device.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly));
+            copy.write(device.readAll().replace("Wired connection 1", connection.toUtf8()));
+            copy.close();
             QVERIFY(QFile::link(PROBIX_TEST_DATA "/nmcli/" + fixture, bin.filePath("con")));
         }
         const QByteArray path = qgetenv("PATH");
+        const QString folder = QDir::currentPath();
         qputenv("PATH", QFile::encodeName(bin.path()));
+        QVERIFY(QDir::setCurrent(bin.path())); // where a broken-out touch would leave its file
         QList<XNet::NetSetting> settings{XNet::NetSetting()};
         XNet::getNetSettings(settings);
         qputenv("PATH", path);
+        QDir::setCurrent(folder);
+        QVERIFY(!QFile::exists(bin.filePath("pwned")));
         QVERIFY(settings.takeFirst().ip.isEmpty()); // earlier records stay in front
         if (settings.isEmpty())
             QSKIP("this machine has no interface with an IPv4 address besides loopback");

@@ -119,6 +119,25 @@ private slots:
         QCOMPARE(qRound((QDateTime::currentMSecsSinceEpoch() - started) / 1000.0), seconds);
         QCOMPARE(tcpAttempts() - before, attempts);
     }
+    void interfaceNameWithShellSyntax()
+    {
+        // Card names come from whoever may add a card: a VPN client, an adapter's driver.
+        const QString name = "x';>pwned;'", folder = QDir::currentPath();
+        QTemporaryDir here; // where a broken-out redirection would leave its file
+        QVERIFY(::unshare(CLONE_NEWNET) == 0 && ip(card(name, mac1, {"192.0.2.10/24"})) &&
+                QDir::setCurrent(here.path()));
+        qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &text) { captured << text; });
+        QList<XNet::NetSetting> settings;
+        XNet::getNetSettings(settings);
+        qInstallMessageHandler(nullptr);
+        QDir::setCurrent(folder);
+        QVERIFY(!QFile::exists(here.filePath("pwned")));
+        QCOMPARE(settings.size(), 1);
+        QCOMPARE(settings[0].ip + '|' + settings[0].connection, QString("192.0.2.10|"));
+        // One line for the card and one for its peer, whose name carries the same quote.
+        QCOMPARE(captured.filter("refused").size(), 2);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestXNetNet)

@@ -132,6 +132,22 @@ QString startProc(const QString &cmd, const QString &unused, int timeoutMs, cons
     return result;
 }
 
+bool fitsCommand(const QString &value, const char *function, bool betweenQuotes)
+{
+    // Quotes and backslash end a quoted place in sh or an awk string; the rest start
+    // substitutions, lists, redirections, sub-shells, patterns or comments.
+    static const QString syntax = QStringLiteral("'\"\\`$;|&<>()*?[]{}~#!");
+    for (const QChar c : value) {
+        const bool control = c.unicode() < 0x20 || c.unicode() == 0x7f;
+        if (control || syntax.contains(c) || (!betweenQuotes && c.isSpace())) {
+            toolkitlog::tag(qWarning(), function)
+                << "refused, not a plain value for a command line:" << value;
+            return false;
+        }
+    }
+    return true;
+}
+
 QString start(const QString &cmd, int timeoutMs, const QString &workDir)
 {
     QString result = QLatin1String("");

@@ -42,9 +42,11 @@ CpuSample readCpuSample()
     return cpuSample(mySystem::start(kCpuStatCommand));
 }
 
+// A name refused here never gets a first sample, so it is asked about only once.
 bool readDiskStats(const QString &name, DiskCounters &counters)
 {
-    return diskStatsCounters(mySystem::start(kDiskStatsCommand.arg(name)), counters);
+    return mySystem::fitsCommand(name, "getPhysicalDiskInfo") &&
+           diskStatsCounters(mySystem::start(kDiskStatsCommand.arg(name)), counters);
 }
 
 // No shell: the line is split into program and arguments as the one-string

@@ -18,9 +18,11 @@ const QString kMemoryAvailableCommand = QStringLiteral("free|awk '{print $7}'|he
 const int kKillRounds = 10;
 
 // An empty answer still splits into one empty line.
-QStringList residentLines(const QString &name)
+QStringList residentLines(const QString &name, const char *function)
 {
-    return mySystem::start(kResidentCommand.arg(name)).split(QLatin1Char('\n'), Qt::KeepEmptyParts);
+    const QString answer =
+        mySystem::fitsCommand(name, function, true) ? mySystem::start(kResidentCommand.arg(name)) : QString();
+    return answer.split(QLatin1Char('\n'), Qt::KeepEmptyParts);
 }
 
 } // namespace
@@ -32,7 +34,7 @@ bool isProcessRunningOnLinux(const QString &name)
 {
     // grep -w matches the name as a word anywhere on the line, arguments of other
     // programs included.
-    if (start(kRunningCommand.arg(name)).isEmpty())
+    if (!fitsCommand(name, "isProcessRunningOnLinux", true) || start(kRunningCommand.arg(name)).isEmpty())
         return false;
     toolkitlog::tag(qDebug(), "isProcessRunningOnLinux") << QStringLiteral("Process %1 is running").arg(name);
     return true;
@@ -40,6 +42,9 @@ bool isProcessRunningOnLinux(const QString &name)
 
 void killProcessByName(const QString &name)
 {
+    // The name stands bare after pidof, where a blank would name a second program.
+    if (!fitsCommand(name, "killProcessByName"))
+        return;
     const QString cmd = kKillCommand.arg(name);
     // Silent after the last round: a process that survives is the caller's to notice.
     for (int round = 0; round < kKillRounds; ++round) {
@@ -54,13 +59,13 @@ void killProcessByName(const QString &name)
 int countProcessLines(const QString &name)
 {
     // No match gives 1, the same as one match. Kept on purpose.
-    return residentLines(name).size();
+    return residentLines(name, "countProcessLines").size();
 }
 
 QList<uint> getProcessMemory(const QString &name)
 {
     QList<uint> sizes;
-    const QStringList lines = residentLines(name);
+    const QStringList lines = residentLines(name, "getProcessMemory");
     for (const QString &line : lines)
         sizes.append(line.toUInt(nullptr, 10));
     return sizes;

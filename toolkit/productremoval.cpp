@@ -35,7 +35,9 @@ QString installPath(const QString &nameCommand, const char *function)
     QString path;
     const QString package = mySystem::start(nameCommand);
     // An unknown product leaves the name empty and the query runs with -L "".
-    const QString script = mySystem::start(kStartScriptCommand.arg(package));
+    const QString script = mySystem::fitsCommand(package, function)
+                               ? mySystem::start(kStartScriptCommand.arg(package))
+                               : QString();
     // Several matching lines are taken as one path, kept on purpose.
     if (!script.isEmpty())
         path = QFileInfo(script).absolutePath();
@@ -49,7 +51,7 @@ void runUninstaller(const QString &installPath, const char *function, QtMsgType 
     const QString cmd = QStringLiteral("sudo ") + script + QStringLiteral(" --silent");
     // An empty install path is the current folder to dirExists, so only the script's
     // existence decides then; kept so.
-    if (dirExists(installPath) && QFile::exists(script)) {
+    if (dirExists(installPath) && QFile::exists(script) && mySystem::fitsCommand(installPath, function)) {
         toolkitlog::tag(level == QtInfoMsg ? qInfo() : qDebug(), function) << "run uninstallSh : " << cmd;
         mySystem::start(cmd);
     }

@@ -13,9 +13,12 @@ namespace XNet
 namespace
 {
 
-// The text after the colon of the connection lines that grep picks out.
-QString connectionValue(const QString &connection, const QString &grep)
+// The text after the colon of the connection lines that grep picks out; nothing for
+// a connection whose name does not fit the command line.
+QString connectionValue(const QString &connection, bool fits, const QString &grep)
 {
+    if (!fits)
+        return QString();
     return mySystem::start("nmcli con show '" + connection + "' | " + grep + " | awk -F':' '{print $2}'");
 }
 
@@ -45,9 +48,12 @@ void getNetSettings(QList<NetSetting> &settings)
     const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface &iface : interfaces) {
         NetSetting setting;
-        // Kept as it is: the name is not escaped, so a name holding a quote gets no answer.
-        setting.connection = mySystem::start("nmcli device show '" + iface.humanReadableName() +
-                                             "' | grep -i GENERAL.CONNECTION: | awk -F':' '{print $2}'");
+        // Names come from whoever may create an interface or a connection: one that
+        // would break out of its quotes is never run, and its record is left unanswered.
+        const QString name = iface.humanReadableName();
+        if (mySystem::fitsCommand(name, "getNetSettings", true))
+            setting.connection = mySystem::start("nmcli device show '" + name +
+                                                 "' | grep -i GENERAL.CONNECTION: | awk -F':' '{print $2}'");
         setting.mac = iface.hardwareAddress();
         setting.mtu = iface.maximumTransmissionUnit();
 
@@ -64,27 +70,32 @@ void getNetSettings(QList<NetSetting> &settings)
         }
         if (setting.ip.isEmpty())
             continue;
+        const bool fits = mySystem::fitsCommand(setting.connection, "getNetSettings", true);
 
-        const QString method = connectionValue(setting.connection, "grep ipv4.method:");
+        const QString method = connectionValue(setting.connection, fits, "grep ipv4.method:");
         if (method.compare(QLatin1String("manual"), Qt::CaseInsensitive) == 0)
             setting.dhcp = false;
         else if (method.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0)
             setting.dhcp = true;
 
         // The configured value wins; the active one fills in what was not configured.
-        setting.gateway = filterInvalidIp(connectionValue(setting.connection, "grep ipv4.gateway:"));
+        setting.gateway = filterInvalidIp(connectionValue(setting.connection, fits, "grep ipv4.gateway:"));
         if (setting.gateway.isEmpty())
-            setting.gateway = filterInvalidIp(connectionValue(setting.connection, "grep -i IP4.GATEWAY:"));
+            setting.gateway =
+                filterInvalidIp(connectionValue(setting.connection, fits, "grep -i IP4.GATEWAY:"));
 
-        const QStringList dns = connectionValue(setting.connection, "grep ipv4.dns:").split(QLatin1Char(','));
+        const QStringList dns =
+            connectionValue(setting.connection, fits, "grep ipv4.dns:").split(QLatin1Char(','));
         if (dns.size() >= 1)
             setting.dns1 = filterInvalidIp(dns.at(0));
         if (dns.size() >= 2)
             setting.dns2 = filterInvalidIp(dns.at(1));
         if (setting.dns1.isEmpty())
-            setting.dns1 = filterInvalidIp(connectionValue(setting.connection, "grep -i 'IP4.DNS\\[1\\]:'"));
+            setting.dns1 =
+                filterInvalidIp(connectionValue(setting.connection, fits, "grep -i 'IP4.DNS\\[1\\]:'"));
         if (setting.dns2.isEmpty())
-            setting.dns2 = filterInvalidIp(connectionValue(setting.connection, "grep -i 'IP4.DNS\\[2\\]:'"));
+            setting.dns2 =
+                filterInvalidIp(connectionValue(setting.connection, fits, "grep -i 'IP4.DNS\\[2\\]:'"));
 
         settings.append(setting);
     }
