@@ -18,7 +18,7 @@ QList<QByteArray> runForLines(const QString &command)
     SessionProcess process;
     process.start(QStringLiteral("sh"), {QStringLiteral("-c"), command}, QIODevice::ReadWrite);
     process.waitForFinished(30000);
-    return commandOutputLines(process.readAllStandardOutput());
+    return commandOutputLines(process.output());
 }
 
 std::uint64_t cpuInfoFrequencyFromFile(const std::string &path)

@@ -1,6 +1,7 @@
 // The command runners of mySystem: what they return, what they log, and that no child they
 // start can reach the terminal of the program.
 #include "mysystem.h"
+#include "sessionprocess.h"
 #include <QtTest>
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -57,6 +58,14 @@ private slots:
         QVERIFY(!deadline.hasExpired());
         QTest::qWait(1500);
         QVERIFY2(QDir(tmp.path()).isEmpty(), qPrintable(QDir(tmp.path()).entryList(QDir::Files).join(' ')));
+    }
+    // Read to its end, so the command is not left blocked on a full pipe, but only the
+    // first part kept: one refresh cannot hold more for a command that prints without end.
+    void endlessOutputIsReadButNotKept()
+    {
+        const QString out = mySystem::start("head -c 20000000 /dev/zero | tr '\\0' x; echo done >&2", 20000);
+        QCOMPARE(out, QString(SessionProcess::keptBytes, 'x'));
+        QVERIFY(capturedLog.last().endsWith("error = \"done\""));
     }
     void fitsCommand_data()
     {

@@ -76,8 +76,8 @@ private slots:
         QVERIFY(QFile::copy("/bin/sleep", dir + p.process)); // reaped at once by its shell, as by a launcher
         SessionProcess launcher;
         launcher.start("/bin/sh", {"-c", "\"$0\" 120 & echo $!; wait $!; exit $?", dir + p.process});
-        QTRY_VERIFY(launcher.canReadLine());
-        const QString pid = QString::fromLatin1(launcher.readLine()).trimmed();
+        QTRY_VERIFY(launcher.output().endsWith('\n'));
+        const QString pid = QString::fromLatin1(launcher.output()).trimmed();
         QTRY_COMPARE(pidof(p.process), pid); // last look: the name gives our child and nobody else
         p.uninstall();
         QVERIFY(launcher.waitForFinished(5000) && launcher.exitCode() == 128 + 9); // SIGKILL

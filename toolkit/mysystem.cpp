@@ -160,8 +160,8 @@ QString start(const QString &cmd, int timeoutMs, const QString &workDir)
     proc.start(QStringLiteral("sh"), QStringList{QStringLiteral("-c"), cmd}, QIODevice::ReadWrite);
     proc.waitForFinished(timeoutMs);
     // fromLocal8Bit stops at the first NUL byte; text behind it is dropped.
-    result = QString::fromLocal8Bit(proc.readAllStandardOutput().trimmed());
-    const QString error = QString::fromLocal8Bit(proc.readAllStandardError().trimmed());
+    result = QString::fromLocal8Bit(proc.output().trimmed());
+    const QString error = QString::fromLocal8Bit(proc.errors().trimmed());
     toolkitlog::tag(qDebug(), "start") << "output =" << result << ", error =" << error;
     // Past a time-out this ends the command together with whatever it started.
     proc.close();

@@ -59,12 +59,6 @@ void runWithoutShell(SessionProcess &process, const QString &commandLine)
     process.waitForFinished(30000);
 }
 
-void skipLines(QIODevice &device, int count)
-{
-    for (int i = 0; i < count; ++i)
-        device.readLine();
-}
-
 } // namespace
 
 quint32 PerformanceMonitor::cpuCount = 0;
@@ -210,9 +204,9 @@ void PerformanceMonitor::getLogicalDiskInfo(QList<QSharedPointer<LogicalDisk>> &
     df.start(program, arguments, QIODevice::ReadWrite);
     df.waitForFinished(30000);
 
-    df.readLine(); // the header line carries no figures
-    while (!df.atEnd()) {
-        const QSharedPointer<LogicalDisk> disk = logicalDisk(QString::fromLocal8Bit(df.readLine()), sizes);
+    // The header line carries no figures.
+    for (const QByteArray &line : df.outputLines().mid(1)) {
+        const QSharedPointer<LogicalDisk> disk = logicalDisk(QString::fromLocal8Bit(line), sizes);
         if (disk)
             list.append(disk);
     }
@@ -223,9 +217,8 @@ void PerformanceMonitor::getProcessInfo(QList<QSharedPointer<ProcessInfo>> &list
     SessionProcess top;
     runWithoutShell(top, kTopCommand);
     // Five summary lines, the blank line and the column header.
-    skipLines(top, 7);
-    while (!top.atEnd()) {
-        const QSharedPointer<ProcessInfo> process = processInfo(QString::fromLocal8Bit(top.readLine()));
+    for (const QByteArray &line : top.outputLines().mid(7)) {
+        const QSharedPointer<ProcessInfo> process = processInfo(QString::fromLocal8Bit(line));
         if (!process)
             continue;
         process->memoryUseCapability = memoryUseCapability(process->memoryRatio, getMemoryTotalKb());
@@ -254,10 +247,9 @@ void PerformanceMonitor::getNetworkInfo(QList<QSharedPointer<Network>> &list)
     // One process object for both samples, closed and started again in between.
     SessionProcess cat;
     runWithoutShell(cat, kNetDevCommand);
-    skipLines(cat, 2); // the two header lines
-    while (!cat.atEnd()) {
+    for (const QByteArray &line : cat.outputLines().mid(2)) { // after the two header lines
         InterfaceBytes bytes;
-        if (!interfaceBytes(QString::fromLocal8Bit(cat.readLine()), bytes))
+        if (!interfaceBytes(QString::fromLocal8Bit(line), bytes))
             continue;
         const auto network = interfaces.constFind(bytes.name);
         if (network == interfaces.constEnd())
@@ -270,10 +262,9 @@ void PerformanceMonitor::getNetworkInfo(QList<QSharedPointer<Network>> &list)
     QThread::msleep(10);
 
     runWithoutShell(cat, kNetDevCommand);
-    skipLines(cat, 2);
-    while (!cat.atEnd()) {
+    for (const QByteArray &line : cat.outputLines().mid(2)) {
         InterfaceBytes bytes;
-        if (!interfaceBytes(QString::fromLocal8Bit(cat.readLine()), bytes))
+        if (!interfaceBytes(QString::fromLocal8Bit(line), bytes))
             continue;
         const auto network = interfaces.constFind(bytes.name);
         if (network == interfaces.constEnd())

@@ -21,7 +21,7 @@ QString boundedQuery(const QString &command)
     proc.start(QStringLiteral("sh"), QStringList{QStringLiteral("-c"), command}, QIODevice::ReadWrite);
     proc.waitForFinished(30000);
     // fromUtf8 stops at the first NUL byte.
-    return QString::fromUtf8(proc.readAllStandardOutput().trimmed());
+    return QString::fromUtf8(proc.output().trimmed());
 }
 
 } // namespace

@@ -3,7 +3,21 @@
 #include <csignal>
 #include <unistd.h>
 
-SessionProcess::SessionProcess(QObject *parent) : QProcess(parent) {}
+SessionProcess::SessionProcess(QObject *parent) : QProcess(parent)
+{
+    // Emitted from inside the waitFor functions as well, once per read of the pipe.
+    connect(this, &QProcess::readyReadStandardOutput, this,
+            [this] { keep(m_output, readAllStandardOutput()); });
+    connect(this, &QProcess::readyReadStandardError, this,
+            [this] { keep(m_errors, readAllStandardError()); });
+    // Starting is entered inside start() itself, before any output can be read.
+    connect(this, &QProcess::stateChanged, this, [this](QProcess::ProcessState state) {
+        if (state != QProcess::Starting)
+            return;
+        m_output.clear();
+        m_errors.clear();
+    });
+}
 
 SessionProcess::~SessionProcess()
 {
@@ -14,6 +28,23 @@ void SessionProcess::close()
 {
     killProcessGroup();
     QProcess::close();
+}
+
+QList<QByteArray> SessionProcess::outputLines() const
+{
+    QList<QByteArray> lines;
+    for (int from = 0; from < m_output.size();) {
+        const int end = m_output.indexOf('\n', from);
+        const int next = end < 0 ? m_output.size() : end + 1;
+        lines.append(m_output.mid(from, next - from));
+        from = next;
+    }
+    return lines;
+}
+
+void SessionProcess::keep(QByteArray &kept, const QByteArray &chunk)
+{
+    kept.append(chunk.left(keptBytes - kept.size()));
 }
 
 void SessionProcess::setupChildProcess()
