@@ -7,18 +7,27 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <mutex>
 
 #include "desklinkworker.h"
 #include "probix.h"
 #include "testserver.h"
 
-static QStringList logLines;
+// Replies are logged on the worker's thread while the test reads on its own.
+static std::mutex logMutex;
+static QStringList logged;
 static void capture(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-    logLines << QString(type == QtWarningMsg ? "warning: "
-                        : type == QtInfoMsg  ? "info: "
-                                             : "other: ") +
-                    message;
+    const std::lock_guard<std::mutex> lock(logMutex);
+    logged << QString(type == QtWarningMsg ? "warning: "
+                      : type == QtInfoMsg  ? "info: "
+                                           : "other: ") +
+                  message;
+}
+static QStringList logLines()
+{
+    const std::lock_guard<std::mutex> lock(logMutex);
+    return logged;
 }
 
 class TestServerInfo : public QObject
@@ -60,7 +69,11 @@ private slots:
         qInstallMessageHandler(nullptr);
         removeCertificate(pem);
     }
-    void init() { logLines.clear(); }
+    void init()
+    {
+        const std::lock_guard<std::mutex> lock(logMutex);
+        logged.clear();
+    }
 
     void matchingEntry_data()
     {
@@ -166,7 +179,7 @@ private slots:
         writeSettings(QString(), {"127.0.0.1||" + QString::number(real.port())});
         for (int tick = 0; tick < 3; ++tick)
             server.checkServerAvailable();
-        QCOMPARE(logLines.filter("warning: current server ip empty").size(), 3);
+        QCOMPARE(logLines().filter("warning: current server ip empty").size(), 3);
         QCOMPARE(server.ip() + server.port(), QString());
         QCOMPARE(server.worker(), worker);
         QTRY_COMPARE(real.core.calls.load(), 4);
@@ -183,13 +196,13 @@ private slots:
         ServerInfo *server = model.serverinfo();
         QCOMPARE(server->port(), QString::number(real.port()));
         QTRY_VERIFY(server->available());
-        QVERIFY(logLines.filter("check server available failed").isEmpty());
+        QVERIFY(logLines().filter("check server available failed").isEmpty());
 
         real.core.errorCode = 5;
         model.update();
         QTRY_VERIFY(!server->available());
         // One single QString operand, so the line comes out quoted.
-        QTRY_COMPARE(logLines.filter("info: \"check server available failed : ").size(), 1);
+        QTRY_COMPARE(logLines().filter("info: \"check server available failed : ").size(), 1);
 
         real.core.errorCode = 0;
         model.update();
