@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Reliability run of the server check: builds only the soak program plainly, with
-# AddressSanitizer + UndefinedBehaviorSanitizer and with ThreadSanitizer, and runs
-# each build. Figures and reports go to docs/reliability.md by hand.
+# AddressSanitizer + UndefinedBehaviorSanitizer and with ThreadSanitizer (the asan
+# and tsan presets), and runs each build. Figures and reports go to docs/reliability.md by hand.
 #
 # Usage: scripts/soak.sh [plain] [asan] [tsan]        (all three when none is named)
 # Environment: SOAK_REFRESHES (1000), SOAK_INTERVAL_MS (30), SOAK_JOBS (2),
@@ -16,11 +16,12 @@ jobs=${SOAK_JOBS:-2}
 variants=("$@")
 [ ${#variants[@]} -eq 0 ] && variants=(plain asan tsan)
 
+# The sanitizer builds are those of CMakePresets.json, with the soak program added.
 build() {
     local dir=$1
     shift
-    cmake -S "$root" -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" >"$dir/soak-configure.log" 2>&1 ||
-        { cat "$dir/soak-configure.log"; return 1; }
+    (cd "$root" && cmake -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPROBIX_BENCH=ON "$@") \
+        >"$dir/soak-configure.log" 2>&1 || { cat "$dir/soak-configure.log"; return 1; }
     cmake --build "$dir" --target soak_serverinfo -j"$jobs"
 }
 
@@ -54,8 +55,7 @@ for variant in "${variants[@]}"; do
     asan)
         dir=$root/build-asan
         mkdir -p "$dir"
-        build "$dir" -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined -fno-omit-frame-pointer" ||
-            { failed=1; continue; }
+        build "$dir" --preset asan || { failed=1; continue; }
         ASAN_OPTIONS=detect_leaks=1:strict_init_order=1:detect_stack_use_after_return=1 \
             UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
             run asan "$dir"
@@ -63,7 +63,7 @@ for variant in "${variants[@]}"; do
     tsan)
         dir=$root/build-tsan
         mkdir -p "$dir"
-        build "$dir" -DCMAKE_CXX_FLAGS="-fsanitize=thread -fno-omit-frame-pointer" || { failed=1; continue; }
+        build "$dir" --preset tsan || { failed=1; continue; }
         options="halt_on_error=1 second_deadlock_stack=1 history_size=4"
         [ -f "$root/scripts/tsan.supp" ] && options+=" suppressions=$root/scripts/tsan.supp"
         TSAN_OPTIONS=$options run tsan "$dir"
