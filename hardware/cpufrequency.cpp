@@ -63,10 +63,11 @@ std::uint64_t lscpuFrequency(const QList<QByteArray> &lines, std::uint64_t start
                                  [](const QByteArray &piece) { return !piece.isEmpty(); });
         if (last == pieces.crend())
             continue;
-        // toDouble gives 0 for "800MHz" or "45%", which never wins.
-        const double product = last->toDouble() * 1000000.0;
-        if (product > static_cast<double>(hertz))
-            hertz = hertzFromMegahertz(last->toDouble());
+        // toDouble gives 0 for "800MHz" or "45%", and a figure no count can hold gives
+        // 0 as well: neither ever wins, nor wipes out what an earlier line gave.
+        const std::uint64_t figure = hertzFromMegahertz(last->toDouble());
+        if (figure > hertz)
+            hertz = figure;
     }
     return hertz;
 }

@@ -66,6 +66,8 @@ private slots:
             << 1908000000ull;
         QTest::newRow("fraction truncated") << L{"", "", "CPU max MHz:  2399.999\n"} << 2399999000ull;
         QTest::newRow("Board 800MHz never wins") << L{"", "", "Model name: Board 800MHz\n"} << 0ull;
+        QTest::newRow("a figure no count holds loses nothing")
+            << L{"", "", "CPU max MHz: 3000\nCPU x MHz: 1e300\nCPU min MHz: 800\n"} << 3000000000ull;
     }
     void frequency()
     {
