@@ -16,25 +16,11 @@
 #include "cpu.h"
 #include "cpufrequency.h"
 #include "cputopology.h"
+#include "fuzzing.h"
 #include "osinfo.h"
 
 namespace
 {
-
-// lscpuFrequency logs every line it reads; formatting is all the cost worth paying.
-void dropMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtFatalMsg)
-        return;
-    std::fprintf(stderr, "%s\n", qPrintable(message));
-    std::abort();
-}
-
-[[noreturn]] void fail(const char *broken)
-{
-    std::fprintf(stderr, "fuzz_cpu: %s\n", broken);
-    std::abort();
-}
 
 std::string lineAt(const std::string &text, int wanted)
 {
@@ -58,7 +44,7 @@ bool anyLine(const QList<QByteArray> &lines, bool (*matches)(const QByteArray &)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    qInstallMessageHandler(dropMessage);
+    fuzzing::dropLog();
     return 0;
 }
 
@@ -78,29 +64,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray output(reinterpret_cast<const char *>(data), static_cast<int>(size));
     const QList<QByteArray> lines = commandOutputLines(output);
     if (lines.isEmpty() || lines.join('\n') != output.trimmed())
-        fail("commandOutputLines lost or added text");
+        fuzzing::fail("commandOutputLines lost or added text");
 
     const std::uint64_t firmware = dmidecodeFrequency(lines, kernel);
     const bool maxSpeed =
         anyLine(lines, [](const QByteArray &line) { return line.trimmed().startsWith("Max Speed"); });
     if (!maxSpeed && firmware != kernel)
-        fail("dmidecodeFrequency changed the figure without a Max Speed line");
+        fuzzing::fail("dmidecodeFrequency changed the figure without a Max Speed line");
 
     const std::uint64_t reported = lscpuFrequency(lines, firmware);
     const bool megahertz = anyLine(lines, [](const QByteArray &line) { return line.contains("MHz"); });
     if (!megahertz && reported != firmware)
-        fail("lscpuFrequency changed the figure without a MHz line");
+        fuzzing::fail("lscpuFrequency changed the figure without a MHz line");
 
     // The same conversion straight from a number as strtod reads it, and from raw bits,
     // which reach NaN payloads, infinities and subnormals no text spells.
     const double parsed = std::strtod(text.c_str(), nullptr);
     if (!(parsed > 0.0) && hertzFromMegahertz(parsed) != 0)
-        fail("hertzFromMegahertz gave a count for a figure that is not positive");
+        fuzzing::fail("hertzFromMegahertz gave a count for a figure that is not positive");
     if (size >= sizeof(double)) {
         double raw = 0.0;
         std::memcpy(&raw, data, sizeof raw);
         if (!(raw > 0.0) && hertzFromMegahertz(raw) != 0)
-            fail("hertzFromMegahertz gave a count for raw bits that are not positive");
+            fuzzing::fail("hertzFromMegahertz gave a count for raw bits that are not positive");
     }
 
     std::uint32_t logical = 0;
@@ -109,10 +95,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::istringstream topology(text);
     const CpuQuantities quantities = cpuQuantities(logical, topology);
     if (quantities.logical != logical)
-        fail("cpuQuantities did not keep the caller's logical count");
+        fuzzing::fail("cpuQuantities did not keep the caller's logical count");
     if (quantities.packages == 0 ? quantities.physical != 0
                                  : std::uint64_t(quantities.physical) * quantities.packages > logical)
-        fail("cpuQuantities gave more processors per package than there are");
+        fuzzing::fail("cpuQuantities gave more processors per package than there are");
 
     std::istringstream sizeText(text);
     cacheSize(sizeText);

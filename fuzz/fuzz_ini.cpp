@@ -27,6 +27,7 @@
 #include <unistd.h>
 
 #include "desklinkworker.h"
+#include "fuzzing.h"
 #include "internationalization.h"
 #include "mysystem.h"
 #include "oslabel.h"
@@ -34,20 +35,6 @@
 
 namespace
 {
-
-void dropMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtFatalMsg)
-        return;
-    std::fprintf(stderr, "%s\n", qPrintable(message));
-    std::abort();
-}
-
-[[noreturn]] void fail(const char *broken)
-{
-    std::fprintf(stderr, "fuzz_ini: %s\n", broken);
-    std::abort();
-}
 
 QString home;
 QByteArray languageFile;
@@ -65,22 +52,22 @@ void place(const QByteArray &path, const char *text, std::size_t size, bool pres
 {
     if (!present) {
         if (::unlink(path.constData()) != 0 && errno != ENOENT)
-            fail("cannot remove an INI file");
+            fuzzing::fail("cannot remove an INI file");
         return;
     }
     std::FILE *file = std::fopen(path.constData(), "wb");
     if (!file || (size && std::fwrite(text, 1, size, file) != size) || std::fclose(file) != 0)
-        fail("cannot write an INI file");
+        fuzzing::fail("cannot write an INI file");
     const timespec times[2] = {{modified, 0}, {modified, 0}};
     ++modified;
     if (::utimensat(AT_FDCWD, path.constData(), times, 0) != 0)
-        fail("cannot set an INI file's time");
+        fuzzing::fail("cannot set an INI file's time");
 }
 
 void makePath(const QString &path)
 {
     if (!QDir().mkpath(path))
-        fail("cannot make the temporary HOME's folders");
+        fuzzing::fail("cannot make the temporary HOME's folders");
 }
 
 void removeHome()
@@ -95,10 +82,10 @@ void checkArrayIndices(const QStringList &groups, int size)
 {
     const QList<int> indices = ServerInfo::arrayIndices(groups, size);
     if (!std::is_sorted(indices.cbegin(), indices.cend()))
-        fail("arrayIndices is not ascending");
+        fuzzing::fail("arrayIndices is not ascending");
     for (int index : indices)
         if (index < 0 || index >= size)
-            fail("arrayIndices gave an index outside the stated size");
+            fuzzing::fail("arrayIndices gave an index outside the stated size");
     if (size > 512)
         return;
     const QSet<QString> present(groups.cbegin(), groups.cend());
@@ -107,19 +94,19 @@ void checkArrayIndices(const QStringList &groups, int size)
         if (present.contains(QString::number(index + 1)))
             walked.append(index);
     if (indices != walked)
-        fail("arrayIndices differs from a walk over the indices");
+        fuzzing::fail("arrayIndices differs from a walk over the indices");
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    qInstallMessageHandler(dropMessage);
+    fuzzing::dropLog();
 
     // QStandardPaths finds Documents through HOME once XDG_CONFIG_HOME is gone.
     char folder[] = "/tmp/probix-fuzz-ini-XXXXXX";
     if (!::mkdtemp(folder))
-        fail("cannot make a temporary HOME");
+        fuzzing::fail("cannot make a temporary HOME");
     ::setenv("HOME", folder, 1);
     ::unsetenv("XDG_CONFIG_HOME");
     home = QString::fromLocal8Bit(folder);
@@ -130,11 +117,11 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 
     // A certificate beside the target would let the settings open a real channel.
     if (QFile::exists(QCoreApplication::applicationDirPath() + QStringLiteral("/config/grpcserver.pem")))
-        fail("config/grpcserver.pem stands beside the fuzz target; remove it");
+        fuzzing::fail("config/grpcserver.pem stands beside the fuzz target; remove it");
 
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     if (documents != home + QStringLiteral("/Documents"))
-        fail("the Documents folder is not under the temporary HOME");
+        fuzzing::fail("the Documents folder is not under the temporary HOME");
     makePath(documents + QStringLiteral("/Tessera"));
     languageFile = QFile::encodeName(documents + QStringLiteral("/Tessera/language_installed.ini"));
     settingsFile = QFile::encodeName(documents + QStringLiteral("/Tessera/settings.ini"));
@@ -149,7 +136,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     agentFile = QFile::encodeName(home + QStringLiteral("/opt/Tolvane/config.ini"));
     QFile marker(labelRoot + QStringLiteral("/etc/corvex-version"));
     if (!marker.open(QIODevice::WriteOnly))
-        fail("cannot write the Corvex marker");
+        fuzzing::fail("cannot write the Corvex marker");
     return 0;
 }
 
@@ -179,18 +166,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const bool followsLocale = language.isEmpty() || language == QLatin1String("Auto");
     if (english != (followsLocale ? languages->systemLanguage() == QLatin1String("English")
                                   : language == QLatin1String("English")))
-        fail("isEnglish did not follow the language file");
+        fuzzing::fail("isEnglish did not follow the language file");
 
     const QString product = mySystem::getClientProductName(QFile::decodeName(agentFile));
     if (product != QLatin1String("Fennlake_Gamma") &&
         product.compare(QLatin1String("Tessera"), Qt::CaseInsensitive) != 0 &&
         product.compare(QLatin1String("Fennlake_Alpha"), Qt::CaseInsensitive) != 0)
-        fail("getClientProductName gave a product it does not know");
+        fuzzing::fail("getClientProductName gave a product it does not know");
     // Both read the same key of the same file.
     const QString label = operatingSystemLabel(labelRoot, labelApplicationDir);
     const bool alpha = product.compare(QLatin1String("Fennlake_Alpha"), Qt::CaseInsensitive) == 0;
     if (label != (alpha ? QLatin1String("Fennlake_Beta") : QLatin1String("Corvex")))
-        fail("the System row's label and getClientProductName read the agent's config differently");
+        fuzzing::fail("the System row's label and getClientProductName read the agent's config differently");
 
     // A fresh object each time, so that one input's server does not decide the next
     // one's. Without a certificate its worker opens no channel, and it is gone,
@@ -201,7 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         if (const DeskLinkWorker *worker = server.worker()) {
             if (server.ip().isEmpty() || server.port().isEmpty() || worker->address() != server.ip() ||
                 worker->port() != server.port().toUShort(nullptr, 10))
-                fail("ServerInfo's worker serves another server than the one it shows");
+                fuzzing::fail("ServerInfo's worker serves another server than the one it shows");
         }
     }
 

@@ -13,26 +13,13 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "fuzzing.h"
 #include "performanceparsers.h"
 
 using namespace performanceparsers;
 
 namespace
 {
-
-void dropMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtFatalMsg)
-        return;
-    std::fprintf(stderr, "%s\n", qPrintable(message));
-    std::abort();
-}
-
-[[noreturn]] void fail(const char *broken)
-{
-    std::fprintf(stderr, "fuzz_proc: %s\n", broken);
-    std::abort();
-}
 
 // As QIODevice::readLine cuts them: every line keeps its line feed, the last may lack one.
 QStringList readLines(const QString &text)
@@ -52,7 +39,7 @@ QStringList readLines(const QString &text)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    qInstallMessageHandler(dropMessage);
+    fuzzing::dropLog();
     return 0;
 }
 
@@ -69,18 +56,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     firmwareMemoryTotal(first, second);
     const double ratio = memoryFreeRatio(first, second);
     if (!(ratio >= 0.0))
-        fail("memoryFreeRatio is negative or not a number");
+        fuzzing::fail("memoryFreeRatio is negative or not a number");
 
     const CpuSample before = cpuSample(first);
     const CpuSample after = cpuSample(second);
     const double load = cpuLoad(before, after);
     if (!(after.total - before.total > 0.0) && load != -1.0)
-        fail("cpuLoad gave a load although the total did not grow");
+        fuzzing::fail("cpuLoad gave a load although the total did not grow");
 
     for (const DiskSize &disk : wholeDisks(text))
         if (disk.name.isEmpty() || disk.name.contains(QLatin1Char(' ')) ||
             disk.name.contains(QLatin1Char('\n')))
-            fail("wholeDisks gave a name that is empty or has a blank");
+            fuzzing::fail("wholeDisks gave a name that is empty or has a blank");
 
     // Each line that reads as diskstats is a sample; every one after the first is
     // the second sample of the one before, as two passes over the same disk would be.
@@ -104,18 +91,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (const QString &line : lines) {
         if (const QSharedPointer<LogicalDisk> partition = logicalDisk(line, sizes)) {
             if (sizes.value(partition->sysPartition, QStringLiteral("absent")) != partition->capability)
-                fail("logicalDisk joined a partition lsblk did not list");
+                fuzzing::fail("logicalDisk joined a partition lsblk did not list");
         }
         if (const QSharedPointer<ProcessInfo> process = processInfo(line)) {
             if (process->pid.isEmpty() || process->userName.isEmpty() || process->processName.isEmpty() ||
                 process->cpuRatio.isEmpty() || process->memoryRatio.isEmpty())
-                fail("processInfo gave an empty column");
+                fuzzing::fail("processInfo gave an empty column");
             memoryUseCapability(process->memoryRatio, memoryTotalKb);
         }
         InterfaceBytes bytes;
         if (interfaceBytes(line, bytes)) {
             if (bytes.name.contains(QLatin1Char(':')))
-                fail("interfaceBytes left the colon in the name");
+                fuzzing::fail("interfaceBytes left the colon in the name");
             if (counted) {
                 throughput(counters.received, bytes.received);
                 throughput(counters.sent, bytes.sent);
@@ -125,13 +112,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         }
     }
     if (throughput(counters.received, counters.received) != QLatin1String("0"))
-        fail("throughput of an unchanged counter is not 0");
+        fuzzing::fail("throughput of an unchanged counter is not 0");
 
     const int flags = size > 0 ? static_cast<signed char>(data[0]) : 0;
     const int type = size > 1 ? static_cast<signed char>(data[1]) : 0;
     const InterfaceCheck check = checkInterface(first, second, flags, type);
     const bool sampledInterface = (flags & QNetworkInterface::IsUp) && type != QNetworkInterface::Loopback;
     if (check.collect != sampledInterface || check.warning == check.collect || check.message.isEmpty())
-        fail("checkInterface decided against the up flag and the loopback type");
+        fuzzing::fail("checkInterface decided against the up flag and the loopback type");
     return 0;
 }

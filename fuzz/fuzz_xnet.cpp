@@ -12,25 +12,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fuzzing.h"
 #include "xnet.h"
 
 namespace
 {
-
-// Every rejected address is logged; formatting is all the cost worth paying.
-void dropMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtFatalMsg)
-        return;
-    std::fprintf(stderr, "%s\n", qPrintable(message));
-    std::abort();
-}
-
-[[noreturn]] void fail(const char *broken, const QString &input)
-{
-    std::fprintf(stderr, "fuzz_xnet: %s: \"%s\"\n", broken, qPrintable(input));
-    std::abort();
-}
 
 // The 33 masks prefixToMask writes, in order of their prefix.
 QStringList masks;
@@ -41,25 +27,25 @@ void checkPrefix(quint32 prefix)
     const QString mask = XNet::prefixToMask(prefix);
     if (prefix > 32) {
         if (!mask.isNull())
-            fail("prefixToMask wrote a mask for a prefix above 32", mask);
+            fuzzing::fail("prefixToMask wrote a mask for a prefix above 32", mask);
         return;
     }
     if (XNet::maskToPrefix(mask) != int(prefix))
-        fail("maskToPrefix does not give back the prefix of", mask);
+        fuzzing::fail("maskToPrefix does not give back the prefix of", mask);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    qInstallMessageHandler(dropMessage);
+    fuzzing::dropLog();
     for (quint32 prefix = 0; prefix <= 32; ++prefix)
         masks << XNet::prefixToMask(prefix);
     maskSet = QSet<QString>(masks.cbegin(), masks.cend());
     // The round trip below means nothing if the masks themselves are wrong.
     if (maskSet.size() != 33 || masks.first() != QLatin1String("0.0.0.0") ||
         masks.at(24) != QLatin1String("255.255.255.0") || masks.last() != QLatin1String("255.255.255.255"))
-        fail("prefixToMask writes wrong masks, e.g.", masks.value(24));
+        fuzzing::fail("prefixToMask writes wrong masks, e.g.", masks.value(24));
     return 0;
 }
 
@@ -72,20 +58,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const bool ip = XNet::checkIp(line);
         const QString filtered = XNet::filterInvalidIp(line);
         if (filtered != (ip ? line : QString()))
-            fail("filterInvalidIp and checkIp disagree on", line);
+            fuzzing::fail("filterInvalidIp and checkIp disagree on", line);
         // Four octets of at most three digits and the three dots between them.
         const int length = line.trimmed().size();
         if (ip && (length < 7 || length > 15 || line.count(QLatin1Char('.')) != 3))
-            fail("checkIp passed what is no dotted quad", line);
+            fuzzing::fail("checkIp passed what is no dotted quad", line);
 
         if (XNet::checkMAC(line) && line.trimmed().size() != 17)
-            fail("checkMAC passed what is not six pairs of hex digits", line);
+            fuzzing::fail("checkMAC passed what is not six pairs of hex digits", line);
 
         const int prefix = XNet::maskToPrefix(line);
         if (prefix < -1 || prefix > 32)
-            fail("maskToPrefix gave a prefix out of range for", line);
+            fuzzing::fail("maskToPrefix gave a prefix out of range for", line);
         if (maskSet.contains(line) && masks.value(prefix) != line)
-            fail("a mask does not survive maskToPrefix and prefixToMask", line);
+            fuzzing::fail("a mask does not survive maskToPrefix and prefixToMask", line);
     }
 
     // Only 0 to 32 and the rest are told apart, so one prefix from text and one from bits do.
@@ -93,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString mac = lines.first();
     const QString chosen = XNet::filterInvalidVpnMac(mac, lines);
     if (chosen != mac && (chosen.isEmpty() || !lines.contains(chosen)))
-        fail("filterInvalidVpnMac gave a MAC that was not in the list", chosen);
+        fuzzing::fail("filterInvalidVpnMac gave a MAC that was not in the list", chosen);
 
     quint32 raw = 0;
     if (size > 0)

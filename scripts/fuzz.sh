@@ -23,6 +23,7 @@ if ! [[ $seconds =~ ^[1-9][0-9]*$ ]]; then
 fi
 
 if [ ! -f "$build/CMakeCache.txt" ]; then
+    bash "$root/scripts/setup.sh" --hardening >/dev/null
     (cd "$root" && cmake --preset asan -B "$build")
 elif ! grep -q '^PROBIX_FUZZ:BOOL=ON$' "$build/CMakeCache.txt"; then
     echo "$build is not configured with PROBIX_FUZZ=ON: use the asan preset or a new folder" >&2
