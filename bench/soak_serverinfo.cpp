@@ -461,7 +461,7 @@ int Soak::summary()
 
 int Soak::run()
 {
-    if (!makeCertificate(m_home, "server")) {
+    if (!testsupport::makeCertificate(m_home, "server")) {
         std::fprintf(stderr, "openssl could not make the certificate\n");
         return 2;
     }

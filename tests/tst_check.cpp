@@ -56,9 +56,9 @@ private slots:
     void initTestCase()
     {
         qputenv("HOME", home.path().toUtf8());
-        QVERIFY(placeCertificate(home.path(), pem));
+        QVERIFY(testsupport::placeCertificate(home.path(), pem));
     }
-    void cleanupTestCase() { removeCertificate(pem); }
+    void cleanupTestCase() { testsupport::removeCertificate(pem); }
 
     void waitsForTheAnswer_data()
     {

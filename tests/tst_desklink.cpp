@@ -32,8 +32,8 @@ private:
 
 void TestDeskLink::initTestCase()
 {
-    QVERIFY(makeCertificate(dir.path(), "server"));
-    QVERIFY(makeCertificate(dir.path(), "stranger"));
+    QVERIFY(testsupport::makeCertificate(dir.path(), "server"));
+    QVERIFY(testsupport::makeCertificate(dir.path(), "stranger"));
     QFile::remove(dir.filePath("missing.pem"));
     certificate = dir.filePath("server.pem");
 }

@@ -44,7 +44,7 @@ private slots:
         fakes.put("proc/meminfo",
                   ("MemTotal: " + kernel.section(' ', 1) + " kB\nMemFree:  123456 kB\n").toUtf8());
         QCOMPARE(PerformanceMonitor::getMemoryTotal(), gigabytes);
-        QCOMPARE(FakeCommands::messages().filter("[ getMemoryTotal ]").join('\n'), log);
+        QCOMPARE(fakes.messages().filter("[ getMemoryTotal ]").join('\n'), log);
         fakes.clear(); // once per process, even when the first answer was 0
         QCOMPARE(PerformanceMonitor::getMemoryTotal(), gigabytes);
         QVERIFY(fakes.commands().isEmpty());
@@ -103,7 +103,7 @@ private slots:
         PerformanceMonitor::getPhysicalDiskInfo(disks);
         QVERIFY(disks.isEmpty());
         QVERIFY(!QFile::exists(pwned));
-        QCOMPARE(FakeCommands::messages().filter("refused").size(), 1);
+        QCOMPARE(fakes.messages().filter("refused").size(), 1);
     }
     void getLogicalDiskInfo()
     {

@@ -41,9 +41,9 @@ private slots:
         const bool corvex = name == "Corvex";
         QCOMPARE(mySystem::isCorvex(markerFile), corvex);
         QCOMPARE(
-            FakeCommands::messages().join('|'),
+            fakes.messages().join('|'),
             R"([ isCorvex ] osIssue =  "Distributor ID:\tUbuntu\nDescription:\tUbuntu 20.04.6 LTS" , whoami =  )" +
-                FakeCommands::quoted(user.trimmed()) +
+                testsupport::quoted(user.trimmed()) +
                 (corvex ? "|[ isCorvex ] 02 Current OS is Corvex!" : ""));
         // Both queries run every time, the marker notwithstanding.
         QCOMPARE(fakes.fakeLog(), QStringList({"lsb_release -id", "whoami "}));
@@ -81,7 +81,7 @@ private slots:
         QCOMPARE(product("Tessera"), QStringLiteral("Tessera"));
         QCOMPARE(product("fennlake_alpha"), QStringLiteral("fennlake_alpha")); // the file's own capitals
         QCOMPARE(product("Other"), QStringLiteral("Fennlake_Gamma"));
-        QCOMPARE(FakeCommands::messages().last(), R"([ getClientProductName ] product name is  "Other")");
+        QCOMPARE(fakes.messages().last(), R"([ getClientProductName ] product name is  "Other")");
         QCOMPARE(mySystem::getClientProductName(dir + "missing.ini"), QStringLiteral("Fennlake_Gamma"));
     }
 };

@@ -95,7 +95,7 @@ private slots:
         fakes.clear();
         mySystem::killProcessByName(name);
         QCOMPARE(fakes.commands(),
-                 FakeCommands::quoted(QStringList("ps -ef | grep -w '" + name + "' | grep -v grep")));
+                 testsupport::quoted(QStringList("ps -ef | grep -w '" + name + "' | grep -v grep")));
         QVERIFY(fakes.fakeLog().isEmpty());
         QCOMPARE(mySystem::countProcessLines(name), 1);
         QCOMPARE(mySystem::getProcessMemory(name), QList<uint>{0});
@@ -111,9 +111,9 @@ private slots:
         mySystem::killProcessByName(name);
         QCOMPARE(fakes.fakeLog(), QStringList(QVector<QString>(10, "sudo kill -9").toList()));
         const QString ready =
-            "[ killProcessByName ] Ready to kill process, name =  " + FakeCommands::quoted(name) +
-            " , cmd =  " + FakeCommands::quoted("sudo kill -9 $(pidof " + name + ")");
-        QCOMPARE(FakeCommands::messages().filter("[ killProcessByName ]"),
+            "[ killProcessByName ] Ready to kill process, name =  " + testsupport::quoted(name) +
+            " , cmd =  " + testsupport::quoted("sudo kill -9 $(pidof " + name + ")");
+        QCOMPARE(fakes.messages().filter("[ killProcessByName ]"),
                  QStringList(QVector<QString>(10, ready).toList()));
         QCOMPARE(children.back()->state(), QProcess::Running);
         children.back()->closeWriteChannel(); // read ends, and so does the shell
@@ -133,7 +133,7 @@ private slots:
             mySystem::killProcessByName(name);
             QVERIFY2(!QFile::exists(pwned), qPrintable(name));
             QCOMPARE(fakes.commands(), QStringList());
-            QCOMPARE(FakeCommands::messages().filter("refused").size(), 4);
+            QCOMPARE(fakes.messages().filter("refused").size(), 4);
         }
     }
 
@@ -149,7 +149,7 @@ private slots:
     {
         mySystem::reboot();
         QCOMPARE(fakes.fakeLog(), QStringList("shutdown -r now"));
-        QCOMPARE(FakeCommands::messages(), QStringList("[ reboot ] Start reboot"));
+        QCOMPARE(fakes.messages(), QStringList("[ reboot ] Start reboot"));
     }
 
     void delaySecondsKeepsEventsFlowing()

@@ -10,11 +10,10 @@ struct FreshProcess : PerformanceMonitor {
     using PerformanceMonitor::resetProcessState;
 };
 
-const QByteArray kTop = FakeCommands::read("top/x86-vbox-vm-2908mib-one-stopped-task.txt");
+const QByteArray kTop = testsupport::fixture("top/x86-vbox-vm-2908mib-one-stopped-task.txt");
 // The five summary lines, the blank line and the column header of the real snapshot.
 const QByteArray kTopHeader = kTop.left(kTop.indexOf("COMMAND\n") + 8);
-const QByteArray kEm1 = FakeCommands::read("net-dev/x86-i7-2600-lo-em1-kernel-3.13.txt");
-static QStringList warnings;
+const QByteArray kEm1 = testsupport::fixture("net-dev/x86-i7-2600-lo-em1-kernel-3.13.txt");
 
 class TestProcessSampling : public QObject
 {
@@ -26,16 +25,11 @@ private slots:
     void initTestCase()
     {
         QVERIFY(fakes.isValid());
-        qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-            FakeCommands::messages() << text;
-            if (type == QtWarningMsg)
-                warnings << text;
-        });
+        fakes.catchMessages();
     }
     void init()
     {
         fakes.clear();
-        warnings.clear();
         FreshProcess::resetProcessState();
     }
 
@@ -119,10 +113,10 @@ private slots:
                                   QString::number(n.receivedBytes), QString::number(n.sentBytes)}),
                      (sampled->hardwareAddress() + '|' + record).split('|'));
         }
-        const QStringList lo = warnings.filter(" name:lo ");
+        const QStringList lo = fakes.messagesWithLevel().filter(QRegularExpression("^warning: .* name:lo "));
         QCOMPARE(lo.size(), 1);
         QVERIFY(lo.first().startsWith(
-            "[ getNetworkInfo ] Network Interface type not right, do not collect data, name:lo mac:"));
+            "warning: [ getNetworkInfo ] Network Interface type not right, do not collect data, name:lo mac:"));
     }
 };
 

@@ -9,7 +9,7 @@
 
 struct Product {
     QString process, package, fieldCmd, nameCmd, field;
-    QString level; // what the handler puts before an info line
+    QString level; // the level the removal line is logged at
     QString (*getField)(), (*getPath)();
     void (*uninstall)();
 };
@@ -21,7 +21,7 @@ const Product products[] = {
     {"Lumenhall", "lumenhall-client",
      "sudo dpkg -l --admindir=/userdata/var/lib/dpkg | grep -i lumenhall | head -n1 | awk '{print $5}'",
      "sudo dpkg --admindir=/userdata/var/lib/dpkg -l | grep -i Lumenhall | head -n1 | awk '{print $2}'",
-     "Classroom", "", getLumenhallPackageField, getLumenhallInstallPath, uninstallLumenhall}};
+     "Classroom", "debug: ", getLumenhallPackageField, getLumenhallInstallPath, uninstallLumenhall}};
 
 static QString pidof(const QString &name)
 {
@@ -42,9 +42,7 @@ private slots:
         QVERIFY2(fakes.isValid() && QStandardPaths::findExecutable("sudo") == PROBIX_FAKEBIN "/sudo" &&
                      QStandardPaths::findExecutable("dpkg") == PROBIX_FAKEBIN "/dpkg",
                  "the fake sudo and dpkg must come first on PATH");
-        qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-            FakeCommands::messages() << (type == QtInfoMsg ? "info: " : "") + text;
-        });
+        fakes.catchMessages();
     }
     void init() { fakes.clear(); }
 
@@ -69,7 +67,7 @@ private slots:
             QSKIP("another process carries the product's name; it is never ended here");
         if (path.isEmpty() && QFile::exists("/uninstall.sh"))
             QSKIP("/uninstall.sh exists on this machine and would be run");
-        fakes.put("dpkg-list.out", files.isEmpty() ? "ii vim 9.0\n" : FakeCommands::read("dpkg-list"));
+        fakes.put("dpkg-list.out", files.isEmpty() ? "ii vim 9.0\n" : testsupport::fixture("dpkg-list"));
         fakes.put("dpkg-files-" + p.package + ".out", files.toUtf8());
         const QString install = dir + "opt/" + p.process, cmd = "sudo " + install + "/uninstall.sh --silent";
         fakes.put("opt/" + p.process + "/uninstall.sh", ""); // not executable: sudo records it, runs nothing
@@ -83,14 +81,14 @@ private slots:
         QVERIFY(launcher.waitForFinished(5000) && launcher.exitCode() == 128 + 9); // SIGKILL
         QCOMPARE(fakes.fakeLog().value(0), "sudo kill -9 " + pid); // before dpkg is asked anything
         QCOMPARE(fakes.fakeLog().filter("uninstall.sh"), path == install ? QStringList(cmd) : QStringList());
-        const int said = FakeCommands::messages().indexOf(
-            p.level + "[ uninstall" + p.process + " ] run uninstallSh :  " + FakeCommands::quoted(cmd));
+        const int said = fakes.messagesWithLevel().indexOf(
+            p.level + "[ uninstall" + p.process + " ] run uninstallSh :  " + testsupport::quoted(cmd));
         QCOMPARE(said >= 0, path == install); // at info for one product, debug for the other
         const int before = fakes.commands().size();
         QCOMPARE(p.getField(), files.isEmpty() ? QString() : p.field);
         QCOMPARE(p.getPath(), path);
         QCOMPARE(fakes.commands().mid(before),
-                 FakeCommands::quoted({p.fieldCmd, p.nameCmd,
+                 testsupport::quoted({p.fieldCmd, p.nameCmd,
                                        "sudo dpkg --admindir=/userdata/var/lib/dpkg -L \"" +
                                            (files.isEmpty() ? QString() : p.package) +
                                            "\" | grep -wi \"start.sh\""}));
@@ -106,23 +104,23 @@ private slots:
         QVERIFY(QDir::setCurrent(dir));
         fakes.put("dpkg-list.out", "ii  tessera\";touch${IFS}pwned;\" 1.0 amd64 Desktop\n");
         QCOMPARE(getTesseraInstallPath(), QString());
-        fakes.put("dpkg-list.out", FakeCommands::read("dpkg-list"));
+        fakes.put("dpkg-list.out", testsupport::fixture("dpkg-list"));
         fakes.put("dpkg-files-tessera-desktop.out", (dir + folder + "/start.sh\n").toUtf8());
         fakes.put(folder + "/uninstall.sh", "");
         uninstallTessera();
         QDir::setCurrent(previous);
         QVERIFY(!QFile::exists(dir + "pwned"));
         QVERIFY(fakes.fakeLog().filter("uninstall.sh").isEmpty());
-        QCOMPARE(FakeCommands::messages().filter("refused").size(), 2);
+        QCOMPARE(fakes.messages().filter("refused").size(), 2);
     }
 
     void removeUsbDriveFilesOnLinux()
     {
         removeUsbDriveFiles(); // off Windows each driver path is one odd name in the current folder
-        QCOMPARE(FakeCommands::messages().size(), 3);
-        QCOMPARE(FakeCommands::messages().value(1),
+        QCOMPARE(fakes.messages().size(), 3);
+        QCOMPARE(fakes.messages().value(1),
                  "[ removeUsbDriveFiles ] File:  " +
-                     FakeCommands::quoted(R"(C:\Windows\System32\drivers\usbrelayhub.sys)") + "  not exist.");
+                     testsupport::quoted(R"(C:\Windows\System32\drivers\usbrelayhub.sys)") + "  not exist.");
     }
 };
 

@@ -61,13 +61,13 @@ private slots:
     void initTestCase()
     {
         qputenv("HOME", home.path().toUtf8());
-        QVERIFY(placeCertificate(home.path(), pem));
+        QVERIFY(testsupport::placeCertificate(home.path(), pem));
         qInstallMessageHandler(capture);
     }
     void cleanupTestCase()
     {
         qInstallMessageHandler(nullptr);
-        removeCertificate(pem);
+        testsupport::removeCertificate(pem);
     }
     void init()
     {

@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QString>
 
 #include <grpcpp/grpcpp.h>
@@ -15,6 +14,7 @@
 #include <thread>
 
 #include "client/client_core.grpc.pb.h"
+#include "support.h"
 
 class TestCore final : public client::ClientCore::Service
 {
@@ -39,40 +39,6 @@ public:
     }
 };
 
-// Makes a self-signed certificate for 127.0.0.1 in folder; returns false if openssl failed.
-inline bool makeCertificate(const QString &folder, const QString &name)
-{
-    QDir().mkpath(folder);
-    QProcess openssl;
-    openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
-                              "/CN=probix-test", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout",
-                              folder + "/" + name + ".key", "-out", folder + "/" + name + ".pem"});
-    return openssl.waitForFinished(60000) && openssl.exitCode() == 0;
-}
-
-// Makes the server's certificate in folder and puts its public half at pem, where
-// the program under test looks for it (config/grpcserver.pem beside it).
-inline bool placeCertificate(const QString &folder, const QString &pem)
-{
-    if (!makeCertificate(folder, "server"))
-        return false;
-    QDir().mkpath(QFileInfo(pem).path());
-    QFile::remove(pem);
-    return QFile::copy(folder + "/server.pem", pem);
-}
-
-inline void removeCertificate(const QString &pem)
-{
-    QFile::remove(pem);
-    QDir().rmdir(QFileInfo(pem).path());
-}
-
-inline std::string readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
-}
-
 class TestServer
 {
 public:
@@ -86,7 +52,7 @@ public:
             m_port = port;
         grpc::SslServerCredentialsOptions tls;
         tls.pem_key_cert_pairs.push_back(
-            {readAll(m_folder + "/" + m_name + ".key"), readAll(m_folder + "/" + m_name + ".pem")});
+            {testsupport::readAll(m_folder + "/" + m_name + ".key"), testsupport::readAll(m_folder + "/" + m_name + ".pem")});
         grpc::ServerBuilder builder;
         int chosen = 0;
         builder.AddListeningPort("127.0.0.1:" + std::to_string(m_port), grpc::SslServerCredentials(tls), &chosen);
