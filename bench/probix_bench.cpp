@@ -71,17 +71,18 @@ static int child(int argc, char **argv, bool real)
     qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "ServerInfo");
     QQmlApplicationEngine engine;
     double frameAt = 0;
-    QObject::connect(&engine, &QQmlApplicationEngine::objectCreated, &app, [&](QObject *object, const QUrl &) {
-        auto *window = qobject_cast<QQuickWindow *>(object);
-        if (!window)
-            QCoreApplication::exit(1);
-        QObject::connect(window, &QQuickWindow::frameSwapped, &app, [&frameAt]() {
-            if (frameAt == 0) {
-                frameAt = monotonicMs();
-                QTimer::singleShot(300, qApp, &QCoreApplication::quit);
-            }
-        });
-    });
+    QObject::connect(&engine, &QQmlApplicationEngine::objectCreated, &app,
+                     [&](QObject *object, const QUrl &) {
+                         auto *window = qobject_cast<QQuickWindow *>(object);
+                         if (!window)
+                             QCoreApplication::exit(1);
+                         QObject::connect(window, &QQuickWindow::frameSwapped, &app, [&frameAt]() {
+                             if (frameAt == 0) {
+                                 frameAt = monotonicMs();
+                                 QTimer::singleShot(300, qApp, &QCoreApplication::quit);
+                             }
+                         });
+                     });
     if (real)
         engine.load(QUrl("qrc:/qml/main.qml"));
     else
@@ -101,7 +102,8 @@ static int child(int argc, char **argv, bool real)
             model->update();
         refreshMs = clock.nsecsElapsed() / 1e6 / rounds;
     }
-    QTextStream(stdout) << "frame " << frameAt << " refresh " << refreshMs << " rss " << peakResidentKb() << "\n";
+    QTextStream(stdout) << "frame " << frameAt << " refresh " << refreshMs << " rss " << peakResidentKb()
+                        << "\n";
     return 0;
 }
 
@@ -117,7 +119,8 @@ static bool measure(const QString &mode, Figures &out)
     process.start(QCoreApplication::applicationFilePath(), {"--child", mode});
     if (!process.waitForFinished(120000) || process.exitCode() != 0)
         return false;
-    const QStringList words = QString::fromUtf8(process.readAllStandardOutput()).split(' ', Qt::SkipEmptyParts);
+    const QStringList words =
+        QString::fromUtf8(process.readAllStandardOutput()).split(' ', Qt::SkipEmptyParts);
     if (words.size() < 6)
         return false;
     out.frameMs = words[1].toDouble() - startedAt;
@@ -172,7 +175,8 @@ int main(int argc, char **argv)
     const double oneRefresh = median(refresh);
     const double firstRefreshWork = median(firstWork);
     out << "runs: " << runs << " (medians)\n";
-    out << "start-up to first frame, ms:  probix " << probixFrame << "  minimal window " << minimalFrame << "\n";
+    out << "start-up to first frame, ms:  probix " << probixFrame << "  minimal window " << minimalFrame
+        << "\n";
     out << "GUI-thread time of one refresh (update + binding reads), ms: " << oneRefresh << "\n";
     out << "the first refresh's own work (model constructor + first reads), ms: " << firstRefreshWork << "\n";
     out << "peak resident memory, MiB:    probix " << median(rss[1]) / 1024 << "  minimal window "

@@ -13,7 +13,8 @@
 
 #include "client/client_core.grpc.pb.h"
 
-namespace {
+namespace
+{
 
 // One query in flight. It lives until its tag comes back from the queue.
 struct Call {
@@ -32,24 +33,42 @@ struct Call {
 const char *statusName(grpc::StatusCode code)
 {
     switch (code) {
-    case grpc::OK: return "OK";
-    case grpc::CANCELLED: return "CANCELLED";
-    case grpc::UNKNOWN: return "UNKNOWN";
-    case grpc::INVALID_ARGUMENT: return "INVALID_ARGUMENT";
-    case grpc::DEADLINE_EXCEEDED: return "DEADLINE_EXCEEDED";
-    case grpc::NOT_FOUND: return "NOT_FOUND";
-    case grpc::ALREADY_EXISTS: return "ALREADY_EXISTS";
-    case grpc::PERMISSION_DENIED: return "PERMISSION_DENIED";
-    case grpc::RESOURCE_EXHAUSTED: return "RESOURCE_EXHAUSTED";
-    case grpc::FAILED_PRECONDITION: return "FAILED_PRECONDITION";
-    case grpc::ABORTED: return "ABORTED";
-    case grpc::OUT_OF_RANGE: return "OUT_OF_RANGE";
-    case grpc::UNIMPLEMENTED: return "UNIMPLEMENTED";
-    case grpc::INTERNAL: return "INTERNAL";
-    case grpc::UNAVAILABLE: return "UNAVAILABLE";
-    case grpc::DATA_LOSS: return "DATA_LOSS";
-    case grpc::UNAUTHENTICATED: return "UNAUTHENTICATED";
-    default: return "UNKNOWN";
+    case grpc::OK:
+        return "OK";
+    case grpc::CANCELLED:
+        return "CANCELLED";
+    case grpc::UNKNOWN:
+        return "UNKNOWN";
+    case grpc::INVALID_ARGUMENT:
+        return "INVALID_ARGUMENT";
+    case grpc::DEADLINE_EXCEEDED:
+        return "DEADLINE_EXCEEDED";
+    case grpc::NOT_FOUND:
+        return "NOT_FOUND";
+    case grpc::ALREADY_EXISTS:
+        return "ALREADY_EXISTS";
+    case grpc::PERMISSION_DENIED:
+        return "PERMISSION_DENIED";
+    case grpc::RESOURCE_EXHAUSTED:
+        return "RESOURCE_EXHAUSTED";
+    case grpc::FAILED_PRECONDITION:
+        return "FAILED_PRECONDITION";
+    case grpc::ABORTED:
+        return "ABORTED";
+    case grpc::OUT_OF_RANGE:
+        return "OUT_OF_RANGE";
+    case grpc::UNIMPLEMENTED:
+        return "UNIMPLEMENTED";
+    case grpc::INTERNAL:
+        return "INTERNAL";
+    case grpc::UNAVAILABLE:
+        return "UNAVAILABLE";
+    case grpc::DATA_LOSS:
+        return "DATA_LOSS";
+    case grpc::UNAUTHENTICATED:
+        return "UNAUTHENTICATED";
+    default:
+        return "UNKNOWN";
     }
 }
 
@@ -91,9 +110,9 @@ DeskLinkWorker::DeskLinkWorker(QObject *parent) : QObject(parent), d(new Private
                 response.errorMsg = call->earlyError;
             } else if (!call->status.ok()) {
                 response.grpcStatus = call->status.error_code();
-                response.errorMsg = QStringLiteral("%1: %2").arg(
-                    statusName(call->status.error_code()),
-                    QString::fromStdString(call->status.error_message()));
+                response.errorMsg =
+                    QStringLiteral("%1: %2").arg(statusName(call->status.error_code()),
+                                                 QString::fromStdString(call->status.error_message()));
                 // A call that waited for a connection in vain says so, rather
                 // than only that its time ran out.
                 if (call->status.error_code() == grpc::DEADLINE_EXCEEDED && call->channel &&
@@ -107,8 +126,10 @@ DeskLinkWorker::DeskLinkWorker(QObject *parent) : QObject(parent), d(new Private
                 response.serverName = QString::fromStdString(call->reply.name());
                 success = error.error_code() == 0;
                 if (!success) {
-                    const std::string &preferred = d->english.load() ? error.error_msg_en() : error.error_msg_zh();
-                    const std::string &other = d->english.load() ? error.error_msg_zh() : error.error_msg_en();
+                    const std::string &preferred =
+                        d->english.load() ? error.error_msg_en() : error.error_msg_zh();
+                    const std::string &other =
+                        d->english.load() ? error.error_msg_zh() : error.error_msg_en();
                     response.errorMsg = QString::fromStdString(!preferred.empty() ? preferred : other);
                     if (response.errorMsg.isEmpty())
                         response.errorMsg = QStringLiteral("server error code %1").arg(error.error_code());
@@ -147,7 +168,8 @@ void DeskLinkWorker::initConnection(const QString &certificate, const QString &a
 
     QFile file(certificate);
     if (!file.open(QIODevice::ReadOnly)) {
-        d->setupError = QStringLiteral("certificate %1 cannot be read: %2").arg(certificate, file.errorString());
+        d->setupError =
+            QStringLiteral("certificate %1 cannot be read: %2").arg(certificate, file.errorString());
         return;
     }
     grpc::SslCredentialsOptions tls;

@@ -34,7 +34,7 @@ public:
     // Prepares the channel: the PEM file is the trust anchor, the server is
     // reached at address:port, and error texts follow the display language.
     void initConnection(const QString &certificate, const QString &address, unsigned short port,
-                                bool english);
+                        bool english);
     // One query; returns at once. The answer comes as queryServerTypeInfoResult.
     void queryServerTypeInfo();
 

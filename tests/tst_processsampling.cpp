@@ -115,8 +115,8 @@ private slots:
         }
         const QStringList lo = fakes.messagesWithLevel().filter(QRegularExpression("^warning: .* name:lo "));
         QCOMPARE(lo.size(), 1);
-        QVERIFY(lo.first().startsWith(
-            "warning: [ getNetworkInfo ] Network Interface type not right, do not collect data, name:lo mac:"));
+        QVERIFY(lo.first().startsWith("warning: [ getNetworkInfo ] Network Interface type not right, do not "
+                                      "collect data, name:lo mac:"));
     }
 };
 

@@ -89,9 +89,9 @@ private slots:
         QCOMPARE(p.getPath(), path);
         QCOMPARE(fakes.commands().mid(before),
                  testsupport::quoted({p.fieldCmd, p.nameCmd,
-                                       "sudo dpkg --admindir=/userdata/var/lib/dpkg -L \"" +
-                                           (files.isEmpty() ? QString() : p.package) +
-                                           "\" | grep -wi \"start.sh\""}));
+                                      "sudo dpkg --admindir=/userdata/var/lib/dpkg -L \"" +
+                                          (files.isEmpty() ? QString() : p.package) +
+                                          "\" | grep -wi \"start.sh\""}));
     }
 
     // The package database is written by whoever built the package: its names and

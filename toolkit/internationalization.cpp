@@ -8,7 +8,8 @@
 
 #include <cctype>
 
-namespace {
+namespace
+{
 Internationalization *self = nullptr;
 }
 
@@ -30,10 +31,10 @@ Internationalization *Internationalization::instance()
 QString Internationalization::language()
 {
     // The Windows path serves the toolkit's other users; nothing here switches to it.
-    const QString path =
-        m_useProgramData ? QStringLiteral("C:/ProgramData/Quillroom/language_installed.ini")
-                         : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
-                               "/Tessera/language_installed.ini";
+    const QString path = m_useProgramData
+                             ? QStringLiteral("C:/ProgramData/Quillroom/language_installed.ini")
+                             : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
+                                   "/Tessera/language_installed.ini";
     QSettings settings(path, QSettings::IniFormat);
     settings.setIniCodec(QTextCodec::codecForName("UTF-8"));
     settings.beginGroup("System");

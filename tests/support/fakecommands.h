@@ -33,7 +33,10 @@ public:
             m_log->clear();
     }
     // Writes the output of a fake command, or a file of the fake /proc with "proc/" in front.
-    void put(const QString &name, const QByteArray &text) { testsupport::writeFile(m_dir.filePath(name), text); }
+    void put(const QString &name, const QByteArray &text)
+    {
+        testsupport::writeFile(m_dir.filePath(name), text);
+    }
     void putFixture(const QString &name, const QString &fixture) { put(name, testsupport::fixture(fixture)); }
     void emptyProc() { QDir().mkpath(m_dir.filePath("proc")); } // an empty fake /proc: no file of it exists
 

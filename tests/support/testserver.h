@@ -51,11 +51,12 @@ public:
         if (port >= 0)
             m_port = port;
         grpc::SslServerCredentialsOptions tls;
-        tls.pem_key_cert_pairs.push_back(
-            {testsupport::readAll(m_folder + "/" + m_name + ".key"), testsupport::readAll(m_folder + "/" + m_name + ".pem")});
+        tls.pem_key_cert_pairs.push_back({testsupport::readAll(m_folder + "/" + m_name + ".key"),
+                                          testsupport::readAll(m_folder + "/" + m_name + ".pem")});
         grpc::ServerBuilder builder;
         int chosen = 0;
-        builder.AddListeningPort("127.0.0.1:" + std::to_string(m_port), grpc::SslServerCredentials(tls), &chosen);
+        builder.AddListeningPort("127.0.0.1:" + std::to_string(m_port), grpc::SslServerCredentials(tls),
+                                 &chosen);
         builder.RegisterService(&core);
         m_server = builder.BuildAndStart();
         if (!m_server || chosen == 0)
