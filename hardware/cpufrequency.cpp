@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "commandrunner.h"
 #include "cpu.h"
-#include "sessionprocess.h"
 
 namespace
 {
@@ -15,10 +15,7 @@ QList<QByteArray> runForLines(const QString &command)
 {
     // Standard error and the exit code say nothing the output does not: a sudo
     // that refuses or a missing command simply leaves the output empty.
-    SessionProcess process;
-    process.start(QStringLiteral("sh"), {QStringLiteral("-c"), command}, QIODevice::ReadWrite);
-    process.waitForFinished(30000);
-    return commandOutputLines(process.output());
+    return commandOutputLines(CommandRunner::run(CommandRunner::shellLine(command), 30000).output);
 }
 
 std::uint64_t cpuInfoFrequencyFromFile(const std::string &path)

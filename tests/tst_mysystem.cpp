@@ -1,7 +1,7 @@
 // The command runners of mySystem: what they return, what they log, and that no child they
 // start can reach the terminal of the program.
 #include "mysystem.h"
-#include "sessionprocess.h"
+#include "commandrunner.h"
 #include <QtTest>
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -64,7 +64,7 @@ private slots:
     void endlessOutputIsReadButNotKept()
     {
         const QString out = mySystem::start("head -c 20000000 /dev/zero | tr '\\0' x; echo done >&2", 20000);
-        QCOMPARE(out, QString(SessionProcess::keptBytes, 'x'));
+        QCOMPARE(out, QString(CommandRunner::keptBytes, 'x'));
         QVERIFY(capturedLog.last().endsWith("error = \"done\""));
     }
     void fitsCommand_data()

@@ -1,72 +1,13 @@
 #include "mysystem.h"
 
+#include "commandrunner.h"
 #include "dirutils.h"
 #include "logtag.h"
-#include "sessionprocess.h"
 
 #include <QProcess>
 #include <QStringList>
 
-#include <cerrno>
-#include <csignal>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char **environ;
-
-namespace
-{
-
-// system() with the shell moved into a session of its own. Signal handling around the
-// wait follows system() itself, and the result is the same raw wait status (or -1).
-int systemInOwnSession(const QByteArray &command)
-{
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN;
-    sigemptyset(&ignore.sa_mask);
-    struct sigaction oldInt = {}, oldQuit = {};
-    sigaction(SIGINT, &ignore, &oldInt);
-    sigaction(SIGQUIT, &ignore, &oldQuit);
-
-    sigset_t childMask, oldMask;
-    sigemptyset(&childMask);
-    sigaddset(&childMask, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &childMask, &oldMask);
-
-    posix_spawnattr_t attr;
-    posix_spawnattr_init(&attr);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGINT);
-    sigaddset(&defaults, SIGQUIT);
-    posix_spawnattr_setsigdefault(&attr, &defaults);
-    posix_spawnattr_setsigmask(&attr, &oldMask);
-    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-
-    char shell[] = "sh";
-    char dashC[] = "-c";
-    QByteArray line = command;
-    char *argv[] = {shell, dashC, line.data(), nullptr};
-    pid_t pid = -1;
-    int status = -1;
-    if (posix_spawn(&pid, "/bin/sh", nullptr, &attr, argv, environ) == 0) {
-        while (waitpid(pid, &status, 0) < 0) {
-            if (errno != EINTR) {
-                status = -1;
-                break;
-            }
-        }
-    }
-    posix_spawnattr_destroy(&attr);
-
-    sigaction(SIGINT, &oldInt, nullptr);
-    sigaction(SIGQUIT, &oldQuit, nullptr);
-    sigprocmask(SIG_SETMASK, &oldMask, nullptr);
-    return status;
-}
-
-} // namespace
 
 namespace mySystem
 {
@@ -78,7 +19,7 @@ bool isRoot()
 
 void mySystem(const QString &cmd)
 {
-    const int status = systemInOwnSession(cmd.toLocal8Bit());
+    const int status = CommandRunner::system(cmd.toLocal8Bit());
     // The raw wait status on purpose: an exit code of 1 shows as 256.
     toolkitlog::tag(qDebug(), "mySystem") << "excute :" << cmd << "And the result is" << status;
 }
@@ -88,11 +29,9 @@ void execBashCmd(const QString &cmd)
     toolkitlog::tag(qDebug(), "execBashCmd") << "("
                                              << ")"
                                              << "Execute cmd: " << cmd;
-    SessionProcess proc;
-    const QStringList args{QStringLiteral("-c"), cmd};
-    proc.start(QStringLiteral("/bin/bash"), args, QIODevice::ReadWrite);
-    proc.waitForStarted(30000);
-    if (!proc.waitForFinished(600000))
+    const CommandRunner::Command bash{
+        QStringLiteral("/bin/bash"), {QStringLiteral("-c"), cmd}, QString(), false};
+    if (!CommandRunner::run(bash, 600000).finished)
         toolkitlog::tag(qCritical(), "execBashCmd") << "Exec bash cmd failed!";
 }
 
@@ -152,19 +91,17 @@ QString start(const QString &cmd, int timeoutMs, const QString &workDir)
 {
     QString result = QLatin1String("");
     toolkitlog::tag(qDebug(), "start") << "cmd =" << cmd << ", workDir =" << workDir;
-    SessionProcess proc;
+    CommandRunner::Command command = CommandRunner::shellLine(cmd);
     if (!workDir.isEmpty() && dirExists(workDir)) {
-        proc.setWorkingDirectory(workDir);
-        toolkitlog::tag(qDebug(), "start") << "proc.workingDirectory =" << proc.workingDirectory();
+        command.workDir = workDir;
+        toolkitlog::tag(qDebug(), "start") << "proc.workingDirectory =" << workDir;
     }
-    proc.start(QStringLiteral("sh"), QStringList{QStringLiteral("-c"), cmd}, QIODevice::ReadWrite);
-    proc.waitForFinished(timeoutMs);
+    // Past a time-out the command is ended together with whatever it started.
+    const CommandRunner::Result ran = CommandRunner::run(command, timeoutMs);
     // fromLocal8Bit stops at the first NUL byte; text behind it is dropped.
-    result = QString::fromLocal8Bit(proc.output().trimmed());
-    const QString error = QString::fromLocal8Bit(proc.errors().trimmed());
+    result = QString::fromLocal8Bit(ran.output.trimmed());
+    const QString error = QString::fromLocal8Bit(ran.errors.trimmed());
     toolkitlog::tag(qDebug(), "start") << "output =" << result << ", error =" << error;
-    // Past a time-out this ends the command together with whatever it started.
-    proc.close();
     return result;
 }
 

@@ -7,10 +7,10 @@
 #include <QStringList>
 #include <QThread>
 
+#include "commandrunner.h"
 #include "logtag.h"
 #include "mysystem.h"
 #include "performanceparsers.h"
-#include "sessionprocess.h"
 
 using namespace performanceparsers;
 
@@ -51,12 +51,9 @@ bool readDiskStats(const QString &name, DiskCounters &counters)
 
 // No shell: the line is split into program and arguments as the one-string
 // QProcess::start would do it. Whatever the command printed within the wait is read.
-void runWithoutShell(SessionProcess &process, const QString &commandLine)
+QList<QByteArray> runWithoutShell(const QString &commandLine)
 {
-    QStringList arguments = QProcess::splitCommand(commandLine);
-    const QString program = arguments.takeFirst();
-    process.start(program, arguments, QIODevice::ReadWrite);
-    process.waitForFinished(30000);
+    return CommandRunner::run(CommandRunner::splitLine(commandLine), 30000).outputLines();
 }
 
 } // namespace
@@ -196,16 +193,8 @@ void PerformanceMonitor::getLogicalDiskInfo(QList<QSharedPointer<LogicalDisk>> &
 {
     const QMap<QString, QString> sizes = partitionSizes(mySystem::start(kPartitionsCommand));
 
-    // No shell for df: the line is split into program and arguments as the one-string
-    // QProcess::start would do it.
-    QStringList arguments = QProcess::splitCommand(kDfCommand);
-    const QString program = arguments.takeFirst();
-    SessionProcess df;
-    df.start(program, arguments, QIODevice::ReadWrite);
-    df.waitForFinished(30000);
-
     // The header line carries no figures.
-    for (const QByteArray &line : df.outputLines().mid(1)) {
+    for (const QByteArray &line : runWithoutShell(kDfCommand).mid(1)) {
         const QSharedPointer<LogicalDisk> disk = logicalDisk(QString::fromLocal8Bit(line), sizes);
         if (disk)
             list.append(disk);
@@ -214,10 +203,8 @@ void PerformanceMonitor::getLogicalDiskInfo(QList<QSharedPointer<LogicalDisk>> &
 
 void PerformanceMonitor::getProcessInfo(QList<QSharedPointer<ProcessInfo>> &list)
 {
-    SessionProcess top;
-    runWithoutShell(top, kTopCommand);
     // Five summary lines, the blank line and the column header.
-    for (const QByteArray &line : top.outputLines().mid(7)) {
+    for (const QByteArray &line : runWithoutShell(kTopCommand).mid(7)) {
         const QSharedPointer<ProcessInfo> process = processInfo(QString::fromLocal8Bit(line));
         if (!process)
             continue;
@@ -228,51 +215,15 @@ void PerformanceMonitor::getProcessInfo(QList<QSharedPointer<ProcessInfo>> &list
 
 void PerformanceMonitor::getNetworkInfo(QList<QSharedPointer<Network>> &list)
 {
-    QMap<QString, QSharedPointer<Network>> interfaces;
-    const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface &netInterface : all) {
+    QMap<QString, QString> sampled; // name to hardware address
+    for (const QNetworkInterface &netInterface : QNetworkInterface::allInterfaces()) {
         const InterfaceCheck check = checkInterface(netInterface.name(), netInterface.hardwareAddress(),
                                                     int(netInterface.flags()), int(netInterface.type()));
-        if (check.warning)
-            toolkitlog::tag(qWarning(), "getNetworkInfo").noquote() << check.message;
-        else
-            toolkitlog::tag(qDebug(), "getNetworkInfo").noquote() << check.message;
-        if (!check.collect)
-            continue;
-        auto network = QSharedPointer<Network>::create();
-        network->mac = netInterface.hardwareAddress();
-        interfaces.insert(netInterface.name(), network);
+        toolkitlog::tag(check.warning ? qWarning() : qDebug(), "getNetworkInfo").noquote() << check.message;
+        if (check.collect)
+            sampled.insert(netInterface.name(), netInterface.hardwareAddress());
     }
-
-    // One process object for both samples, closed and started again in between.
-    SessionProcess cat;
-    runWithoutShell(cat, kNetDevCommand);
-    for (const QByteArray &line : cat.outputLines().mid(2)) { // after the two header lines
-        InterfaceBytes bytes;
-        if (!interfaceBytes(QString::fromLocal8Bit(line), bytes))
-            continue;
-        const auto network = interfaces.constFind(bytes.name);
-        if (network == interfaces.constEnd())
-            continue;
-        (*network)->receivedBytes = bytes.received;
-        (*network)->sentBytes = bytes.sent;
-    }
-    cat.close();
-
+    const QList<QByteArray> first = runWithoutShell(kNetDevCommand);
     QThread::msleep(10);
-
-    runWithoutShell(cat, kNetDevCommand);
-    for (const QByteArray &line : cat.outputLines().mid(2)) {
-        InterfaceBytes bytes;
-        if (!interfaceBytes(QString::fromLocal8Bit(line), bytes))
-            continue;
-        const auto network = interfaces.constFind(bytes.name);
-        if (network == interfaces.constEnd())
-            continue;
-        // An interface missing from the first sample still has zero counters, so its
-        // whole count shows up as throughput.
-        (*network)->netThroughputReceive = throughput((*network)->receivedBytes, bytes.received);
-        (*network)->netThroughputSend = throughput((*network)->sentBytes, bytes.sent);
-        list.append(*network);
-    }
+    list.append(networkSamples(sampled, first, runWithoutShell(kNetDevCommand)));
 }

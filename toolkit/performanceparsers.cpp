@@ -262,4 +262,42 @@ QString throughput(quint64 first, quint64 second)
     return sampleText(delta * kKbToGb / kNominalIntervalMs * 1000.0);
 }
 
+QList<QSharedPointer<Network>> networkSamples(const QMap<QString, QString> &sampled,
+                                              const QList<QByteArray> &firstLines,
+                                              const QList<QByteArray> &secondLines)
+{
+    QMap<QString, QSharedPointer<Network>> interfaces;
+    for (auto it = sampled.cbegin(); it != sampled.cend(); ++it) {
+        auto network = QSharedPointer<Network>::create();
+        network->mac = it.value();
+        interfaces.insert(it.key(), network);
+    }
+    // Both outputs open with two header lines.
+    for (const QByteArray &line : firstLines.mid(2)) {
+        InterfaceBytes bytes;
+        const auto network = interfaceBytes(QString::fromLocal8Bit(line), bytes)
+                                 ? interfaces.constFind(bytes.name)
+                                 : interfaces.constEnd();
+        if (network == interfaces.constEnd())
+            continue;
+        (*network)->receivedBytes = bytes.received;
+        (*network)->sentBytes = bytes.sent;
+    }
+    QList<QSharedPointer<Network>> measured;
+    for (const QByteArray &line : secondLines.mid(2)) {
+        InterfaceBytes bytes;
+        const auto network = interfaceBytes(QString::fromLocal8Bit(line), bytes)
+                                 ? interfaces.constFind(bytes.name)
+                                 : interfaces.constEnd();
+        if (network == interfaces.constEnd())
+            continue;
+        // An interface missing from the first sample still has zero counters, so its
+        // whole count shows up as throughput.
+        (*network)->netThroughputReceive = throughput((*network)->receivedBytes, bytes.received);
+        (*network)->netThroughputSend = throughput((*network)->sentBytes, bytes.sent);
+        measured.append(*network);
+    }
+    return measured;
+}
+
 } // namespace performanceparsers

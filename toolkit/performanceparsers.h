@@ -77,5 +77,10 @@ struct InterfaceBytes {
 bool interfaceBytes(const QString &netDevLine, InterfaceBytes &bytes);
 // Binary megabytes per second between two byte counts, against a nominal 10 ms.
 QString throughput(quint64 first, quint64 second);
+// The sampled interfaces (name to hardware address) measured between two outputs of
+// "cat /proc/net/dev", in the order of the second; one missing from it is left out.
+QList<QSharedPointer<Network>> networkSamples(const QMap<QString, QString> &sampled,
+                                              const QList<QByteArray> &firstLines,
+                                              const QList<QByteArray> &secondLines);
 
 } // namespace performanceparsers

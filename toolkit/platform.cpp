@@ -1,8 +1,8 @@
 // Platform identification of the mySystem namespace.
 #include "mysystem.h"
 
+#include "commandrunner.h"
 #include "logtag.h"
-#include "sessionprocess.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -17,11 +17,8 @@ namespace
 // may hold the caller up for 30 s, never longer, and writes nothing to the log.
 QString boundedQuery(const QString &command)
 {
-    SessionProcess proc;
-    proc.start(QStringLiteral("sh"), QStringList{QStringLiteral("-c"), command}, QIODevice::ReadWrite);
-    proc.waitForFinished(30000);
     // fromUtf8 stops at the first NUL byte.
-    return QString::fromUtf8(proc.output().trimmed());
+    return QString::fromUtf8(CommandRunner::run(CommandRunner::shellLine(command), 30000).output.trimmed());
 }
 
 } // namespace

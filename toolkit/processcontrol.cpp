@@ -4,8 +4,8 @@
 #include <QStringList>
 #include <QTime>
 
+#include "commandrunner.h"
 #include "logtag.h"
-#include "sessionprocess.h"
 
 namespace
 {
@@ -86,12 +86,9 @@ void reboot()
     toolkitlog::tag(qInfo(), "reboot") << "Start reboot";
     // No shell and no sudo: the program runs as a user allowed to shut the machine down.
     // The command shares the program's output channels, as QProcess::execute would.
-    QStringList arguments = QProcess::splitCommand(QStringLiteral("shutdown -r now"));
-    const QString program = arguments.takeFirst();
-    SessionProcess shutdown;
-    shutdown.setProcessChannelMode(QProcess::ForwardedChannels);
-    shutdown.start(program, arguments, QIODevice::ReadWrite);
-    shutdown.waitForFinished(-1);
+    CommandRunner::Command shutdown = CommandRunner::splitLine(QStringLiteral("shutdown -r now"));
+    shutdown.forwardOutput = true;
+    CommandRunner::run(shutdown, -1);
 }
 
 } // namespace mySystem
