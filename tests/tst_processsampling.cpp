@@ -5,6 +5,7 @@
 
 #include "fakecommands.h"
 #include "performancemonitor.h"
+#include "performanceparsers.h"
 
 struct FreshProcess : PerformanceMonitor {
     using PerformanceMonitor::resetProcessState;
@@ -73,24 +74,43 @@ private slots:
         QCOMPARE(fakes.commands().filter("MemTotal").size(), count ? 1 : 0);
     }
 
-    void getNetworkInfo_data()
+    void networkSamples_data()
     {
-        QTest::addColumn<bool>("inFirst");   // the first sample is the real file, else without em1
-        QTest::addColumn<QString>("second"); // the line of the sampled interface, %1 its name
-        QTest::addColumn<QString>("record"); // receive|send|received bytes|sent bytes
+        QTest::addColumn<QByteArray>("first"); // the sampled interface is "em1"
+        QTest::addColumn<QString>("second");
+        QTest::addColumn<QString>("record"); // mac|receive|send|received bytes|sent bytes
+        const QByteArray headerAndLo = kEm1.left(kEm1.indexOf("   em1:"));
         QTest::newRow("a mebibyte received")
-            << true << "%1: 5311275862 9 0 0 0 0 0 0 2965721960 9 0 0 0 0 0 0"
-            << "100|0|5310227286|2965721960";
-        QTest::newRow("missing from the first sample") << false << "%1: 1048576 9 0 0 0 0 0 0 0 9 0 0 0 0 0 0"
-                                                       << "100|0|0|0";
-        QTest::newRow("16 pieces") << true << "%1:5311275862 9 0 0 0 0 0 0 0 9 0 0 0 0 0 0" << QString();
-        QTest::newRow("missing from the file") << true << QString() << QString();
+            << kEm1 << "em1: 5311275862 9 0 0 0 0 0 0 2965721960 9 0 0 0 0 0 0"
+            << "m|100|0|5310227286|2965721960";
+        QTest::newRow("missing from the first sample")
+            << headerAndLo << "em1: 1048576 9 0 0 0 0 0 0 0 9 0 0 0 0 0 0"
+            << "m|100|0|0|0";
+        QTest::newRow("16 pieces") << kEm1 << "em1:5311275862 9 0 0 0 0 0 0 0 9 0 0 0 0 0 0" << QString();
+        QTest::newRow("missing from the second sample") << kEm1 << QString() << QString();
+        QTest::newRow("loopback, not sampled")
+            << kEm1 << "lo: 1048576 9 0 0 0 0 0 0 0 9 0 0 0 0 0 0" << QString();
     }
-    void getNetworkInfo()
+    void networkSamples()
     {
-        QFETCH(bool, inFirst);
+        QFETCH(QByteArray, first);
         QFETCH(QString, second);
         QFETCH(QString, record);
+        const QByteArray headerAndLo = kEm1.left(kEm1.indexOf("   em1:"));
+        const auto lines = [](const QByteArray &text) { return text.split('\n'); };
+        const auto networks = performanceparsers::networkSamples({{"em1", "m"}}, lines(first),
+                                                                 lines(headerAndLo + second.toLatin1()));
+        QCOMPARE(networks.size(), record.isEmpty() ? 0 : 1);
+        if (!record.isEmpty()) {
+            const Network &n = *networks.first();
+            QCOMPARE((QStringList{n.mac, n.netThroughputReceive, n.netThroughputSend,
+                                  QString::number(n.receivedBytes), QString::number(n.sentBytes)}),
+                     record.split('|'));
+        }
+    }
+    // The real interfaces of this machine: two samples through the fake cat, loopback refused.
+    void getNetworkInfo()
+    {
         const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
         const auto sampled = std::find_if(all.cbegin(), all.cend(), [](const QNetworkInterface &i) {
             return (i.flags() & QNetworkInterface::IsUp) && i.type() != QNetworkInterface::Loopback;
@@ -99,20 +119,16 @@ private slots:
             !(QNetworkInterface::interfaceFromName("lo").flags() & QNetworkInterface::IsUp))
             QSKIP("needs loopback and one more interface up");
         const QByteArray headerAndLo = kEm1.left(kEm1.indexOf("   em1:"));
-        fakes.put("proc/net/dev",
-                  inFirst ? QByteArray(kEm1).replace("em1:", sampled->name().toLatin1() + ':') : headerAndLo);
-        fakes.put("proc/net/dev.next", headerAndLo + second.arg(sampled->name()).toLatin1() + '\n');
+        fakes.put("proc/net/dev", QByteArray(kEm1).replace("em1:", sampled->name().toLatin1() + ':'));
+        fakes.put("proc/net/dev.next", headerAndLo + sampled->name().toLatin1() +
+                                           ": 5311275862 9 0 0 0 0 0 0 2965721960 9 0 0 0 0 0 0\n");
 
         QList<QSharedPointer<Network>> networks;
         PerformanceMonitor::getNetworkInfo(networks);
         QCOMPARE(fakes.fakeLog(), QStringList({"cat /proc/net/dev", "cat /proc/net/dev"}));
-        QCOMPARE(networks.size(), record.isEmpty() ? 0 : 1); // never loopback
-        if (!record.isEmpty()) {
-            const Network &n = *networks.first();
-            QCOMPARE((QStringList{n.mac, n.netThroughputReceive, n.netThroughputSend,
-                                  QString::number(n.receivedBytes), QString::number(n.sentBytes)}),
-                     (sampled->hardwareAddress() + '|' + record).split('|'));
-        }
+        QCOMPARE(networks.size(), 1); // never loopback
+        QCOMPARE(networks.first()->mac, sampled->hardwareAddress());
+        QCOMPARE(networks.first()->netThroughputReceive, "100");
         const QStringList lo = fakes.messagesWithLevel().filter(QRegularExpression("^warning: .* name:lo "));
         QCOMPARE(lo.size(), 1);
         QVERIFY(lo.first().startsWith("warning: [ getNetworkInfo ] Network Interface type not right, do not "

@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QVector>
 
 #include <cerrno>
@@ -215,7 +216,11 @@ Result run(const Command &command, int waitMs)
     posix_spawnattr_setsigdefault(&spawn.attributes, &defaults);
     posix_spawnattr_setflags(&spawn.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF);
 
-    QList<QByteArray> words{QFile::encodeName(command.program)};
+    // A bare name is looked up on PATH here, and the child gets the full path as its
+    // argv[0], as QProcess gave it: a shell names itself by it in its error messages.
+    const QString found =
+        command.program.contains('/') ? QString() : QStandardPaths::findExecutable(command.program);
+    QList<QByteArray> words{QFile::encodeName(found.isEmpty() ? command.program : found)};
     for (const QString &argument : command.arguments)
         words.append(argument.toLocal8Bit());
     QVector<char *> argv;
@@ -224,7 +229,7 @@ Result run(const Command &command, int waitMs)
     argv.append(nullptr);
 
     pid_t pid = -1;
-    if (::posix_spawnp(&pid, argv[0], &spawn.actions, &spawn.attributes, argv.data(), environ) != 0)
+    if (::posix_spawn(&pid, argv[0], &spawn.actions, &spawn.attributes, argv.data(), environ) != 0)
         return result;
     result.started = true;
     // Only the child holds these ends now, so the pipes end when it and its own children do.

@@ -19,7 +19,7 @@ namespace CommandRunner
 constexpr int keptBytes = 1 << 20;
 
 struct Command {
-    QString program; // a bare name is looked up on PATH
+    QString program; // a bare name is looked up on PATH, as QProcess does
     QStringList arguments;
     QString workDir; // empty: the program's own
     // Standard output and error go to the program's own channels instead of being read.
