@@ -1,5 +1,5 @@
-// Address checks, mask arithmetic and interface settings of XNet; the settings come
-// from the machine's own interfaces with a fake nmcli in front of NetworkManager.
+// Address checks, mask arithmetic and the choice of a local address of XNet, all on
+// values alone; what real cards give is in tst_xnet_net.
 #include "xnet.h"
 #include <QtTest>
 
@@ -57,54 +57,40 @@ private slots:
         QCOMPARE(XNet::filterInvalidVpnMac(vpn, {"02-50-F2-00-00-02", "", other}), other);
         QCOMPARE(XNet::filterInvalidVpnMac(vpn, {vpn, ""}), vpn); // nothing else to take
     }
-    void netSettings_data()
+    void hostIpChoice_data()
     {
-        QTest::addColumn<QString>("fixture");    // empty: no nmcli on PATH at all
-        QTest::addColumn<QString>("connection"); // the name nmcli gives the card's connection
-        QTest::addColumn<QString>("expected");   // connection|method|gateway|dns1|dns2
-        const QString wired = "Wired connection 1", values = "|%1|192.0.2.1|192.0.2.53|198.51.100.53";
-        QTest::newRow("manual") << "con-show-manual.txt" << wired << wired + values.arg("static");
-        QTest::newRow("auto, active values") << "con-show-auto.txt" << wired << wired + values.arg("dhcp");
-        QTest::newRow("no nmcli") << QString() << wired << "|dhcp|||";
-        // Any local user may name a connection; this one would run touch in every query.
-        const QString hostile = "x';touch pwned;'";
-        QTest::newRow("connection name with shell syntax")
-            << "con-show-manual.txt" << hostile << hostile + "|dhcp|||";
+        QTest::addColumn<QStringList>("addresses"); // address/mask, every card's in card order
+        QTest::addColumn<QString>("server");
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("reason");
+        QTest::addColumn<int>("index");
+        using C = XNet::HostIpChoice;
+        const QStringList two{"192.0.2.10/255.255.255.128", "192.0.2.200/255.255.255.248"};
+        QTest::newRow("none") << QStringList() << "192.0.2.10" << 7 << int(C::NoAddress) << -1;
+        QTest::newRow("only one: no test at all")
+            << QStringList{two[1]} << "198.51.100.1" << 7 << int(C::OnlyOne) << 0;
+        QTest::newRow("second's /29 holds .206") << two << "192.0.2.206" << 7 << int(C::InSubnet) << 1;
+        QTest::newRow("first's /25 ends before .130") << two << "192.0.2.130" << 0 << int(C::Default) << 0;
+        QTest::newRow("in both: the first")
+            << QStringList{"192.0.2.10/255.255.255.0", two[1]} << "192.0.2.201" << 7 << int(C::InSubnet) << 0;
+        QTest::newRow("in none, with a port") << two << "198.51.100.1" << 7 << int(C::TryConnect) << 0;
+        QTest::newRow("host name, with a port") << two << "server.example" << 7 << int(C::TryConnect) << 0;
+        QTest::newRow("no server, with a port") << two << "" << 7 << int(C::Default) << 0;
+        // 255.255.253.0 counts 23 bits rather than being refused.
+        QTest::newRow("malformed mask")
+            << QStringList{two[1], "192.0.2.10/255.255.253.0"} << "192.0.3.5" << 0 << int(C::InSubnet) << 1;
     }
-    void netSettings()
+    void hostIpChoice()
     {
-        QFETCH(QString, fixture);
-        QFETCH(QString, connection);
-        QFETCH(QString, expected);
-        QTemporaryDir bin; // the shell sees only these tools, so a real nmcli is never asked
-        for (const char *tool : {"sh", "grep", "awk", "cat", "touch"})
-            QVERIFY(QFile::link(QStandardPaths::findExecutable(tool), bin.filePath(tool)));
-        if (!fixture.isEmpty()) {
-            QVERIFY(QFile::copy(PROBIX_TEST_DATA "/nmcli/fake-nmcli.sh", bin.filePath("nmcli")));
-            QVERIFY(QFile::setPermissions(bin.filePath("nmcli"), QFile::ReadOwner | QFile::ExeOwner));
-            QFile device(PROBIX_TEST_DATA "/nmcli/device-show-connected.txt"), copy(bin.filePath("device"));
-            QVERIFY(device.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly));
-            copy.write(device.readAll().replace("Wired connection 1", connection.toUtf8()));
-            copy.close();
-            QVERIFY(QFile::link(PROBIX_TEST_DATA "/nmcli/" + fixture, bin.filePath("con")));
-        }
-        const QByteArray path = qgetenv("PATH");
-        const QString folder = QDir::currentPath();
-        qputenv("PATH", QFile::encodeName(bin.path()));
-        QVERIFY(QDir::setCurrent(bin.path())); // where a broken-out touch would leave its file
-        QList<XNet::NetSetting> settings{XNet::NetSetting()};
-        XNet::getNetSettings(settings);
-        qputenv("PATH", path);
-        QDir::setCurrent(folder);
-        QVERIFY(!QFile::exists(bin.filePath("pwned")));
-        QVERIFY(settings.takeFirst().ip.isEmpty()); // earlier records stay in front
-        if (settings.isEmpty())
-            QSKIP("this machine has no interface with an IPv4 address besides loopback");
-        for (const XNet::NetSetting &s : qAsConst(settings)) {
-            const QStringList record{s.connection, s.dhcp ? "dhcp" : "static", s.gateway, s.dns1, s.dns2};
-            QVERIFY(!s.ip.isEmpty()); // only interfaces with an address get a record
-            QCOMPARE(record.join('|'), expected);
-        }
+        QFETCH(QStringList, addresses);
+        QFETCH(QString, server);
+        QFETCH(int, port);
+        QList<XNet::Ipv4Entry> entries;
+        for (const QString &address : qAsConst(addresses))
+            entries.append({address.section('/', 0, 0), address.section('/', 1)});
+        const XNet::HostIpChoice choice = XNet::chooseHostIp(entries, server, quint16(port));
+        QTEST(int(choice.reason), "reason");
+        QTEST(choice.index, "index");
     }
 };
 

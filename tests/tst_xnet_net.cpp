@@ -1,23 +1,24 @@
-// getHostIp against real interfaces, each test in a fresh network namespace of its own with veth cards on
-// documentation addresses, so nothing reaches a real network. Without root everything is skipped.
+// getHostIp and getNetSettings on real cards: each case in a fresh network namespace with veth cards on
+// documentation addresses, so nothing reaches a real network; without root all is skipped. Which address
+// wins is settled on values in tst_xnet; here: what the cards give, the log lines, the TCP attempts.
 #include <QTcpServer>
 #include <QtTest>
 
 #include <sched.h>
 #include <unistd.h>
 
+#include "fakecommands.h"
 #include "xnet.h"
 
 namespace
 {
 const QString mac1 = "00:00:5E:00:53:01", mac2 = "00:00:5E:00:53:02";
-QStringList captured;
 
-// What getHostIp gives, then logs, when one of several addresses was chosen with the given log line.
-QStringList chosen(const QString &address, const QString &mac, const QString &line)
+// What getHostIp gives, then logs, when one of several addresses was taken with the given log line.
+QStringList chosen(const QString &address, const QString &mac, const QString &level, const QString &line)
 {
-    return {"found", address, mac, "[ getHostIp ] " + line,
-            QString("[ filterInvalidVpnMac ] mac(IN) = \"%1\" , hostMac(OUT) = \"%1\"").arg(mac)};
+    return {"found", address, mac, level + ": [ getHostIp ] " + line,
+            QString("debug: [ filterInvalidVpnMac ] mac(IN) = \"%1\" , hostMac(OUT) = \"%1\"").arg(mac)};
 }
 
 // TCP connections tried in this namespace: ActiveOpens, fifth value of the last "Tcp:" line.
@@ -43,6 +44,7 @@ class TestXNetNet : public QObject
 {
     Q_OBJECT
     QString ipTool, hostNamespace;
+    FakeCommands fakes; // nmcli never reaches the machine's NetworkManager
     // Runs ip(8) once per line, never in the host's own namespace (namespaces belong to threads: all
     // runs on the main one, and its children inherit it); ip reports its own errors.
     bool ip(const QStringList &lines)
@@ -55,7 +57,7 @@ class TestXNetNet : public QObject
     }
 
 private slots:
-    void init() { captured.clear(); }
+    void init() { fakes.clear(); }
     void initTestCase()
     {
         if (::getuid() != 0)
@@ -64,6 +66,8 @@ private slots:
         ipTool = QStandardPaths::findExecutable("ip", {"/usr/sbin", "/sbin", "/usr/bin", "/bin"});
         if (::unshare(CLONE_NEWNET) != 0 || ipTool.isEmpty() || !ip({"link add pxt type veth"}))
             QSKIP("cannot create a network namespace with veth pairs here (or no ip(8) from iproute2)");
+        QVERIFY(fakes.isValid());
+        fakes.catchMessages();
     }
     void hostIp_data()
     {
@@ -75,16 +79,20 @@ private slots:
         QTest::addColumn<int>("seconds");
         const QStringList two =
             card("pxa", mac1, {"192.0.2.10/25", "198.51.100.10/24"}) + card("pxb", mac2, {"192.0.2.200/29"});
+        QTest::newRow("loopback only: no address")
+            << QStringList() << "127.0.0.1" << 9
+            << QStringList{"none", "", "", "critical: [ getHostIp ] Get local ip failed"} << 0 << 0;
         QTest::newRow("one address: no filter line, nothing tried")
             << card("pxa", mac1, {"192.0.2.10/24"}) << "127.0.0.1" << 9
-            << QStringList(chosen("192.0.2.10", mac1, "Only got one ip").mid(0, 4)) << 0 << 0;
-        QTest::newRow("second address's subnet")
+            << QStringList(chosen("192.0.2.10", mac1, "info", "Only got one ip").mid(0, 4)) << 0 << 0;
+        QTest::newRow("second address of a card: its card's mac")
             << two << "198.51.100.77" << -1
-            << chosen("198.51.100.10", mac1, "InSubnet, ip = \"198.51.100.10\"") << 0 << 0;
-        QTest::newRow("three-argument form, in no subnet")
-            << two << "127.0.0.1" << -1 << chosen("192.0.2.10", mac1, "Return default ip") << 0 << 0;
+            << chosen("198.51.100.10", mac1, "debug", "InSubnet, ip = \"198.51.100.10\"") << 0 << 0;
+        QTest::newRow("three-argument form tries nothing")
+            << two << "127.0.0.1" << -1 << chosen("192.0.2.10", mac1, "info", "Return default ip") << 0 << 0;
         QTest::newRow("refusing server, one attempt per address")
-            << two << "127.0.0.1" << 9 << chosen("192.0.2.10", mac1, "Return default ip") << 3 * 2 << 0;
+            << two << "127.0.0.1" << 9 << chosen("192.0.2.10", mac1, "info", "Return default ip") << 3 * 2
+            << 0;
         // The local table moved behind a rule that sends whatever leaves from 192.0.2.10 out of pxa,
         // where nobody answers: only 198.51.100.10 reaches the listener, after the first address's 3 s.
         QTest::newRow("connect pass takes the reaching address")
@@ -94,7 +102,8 @@ private slots:
                                "route add default via 192.0.2.1 dev pxa table 10",
                                "neigh add 192.0.2.1 lladdr 00:00:5e:00:53:11 dev pxa nud permanent"}
             << "127.0.0.1" << 7
-            << chosen("198.51.100.10", mac2, "TcpSocket Connected, ip = \"198.51.100.10\"") << 2 << 3;
+            << chosen("198.51.100.10", mac2, "debug", "TcpSocket Connected, ip = \"198.51.100.10\"") << 2
+            << 3;
     }
     void hostIp()
     {
@@ -102,41 +111,67 @@ private slots:
         QFETCH(QString, server);
         QFETCH(int, port);
         QFETCH(QStringList, expected);
-        QFETCH(int, attempts);
-        QFETCH(int, seconds);
         QTcpServer listener;
         QVERIFY(::unshare(CLONE_NEWNET) == 0 && ip(QStringList{"link set lo up"} + cards) &&
                 listener.listen(QHostAddress::LocalHost, 7));
         QString mac, address;
-        qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &text) { captured << text; });
         const qint64 before = tcpAttempts();
         const qint64 started = QDateTime::currentMSecsSinceEpoch();
         const bool found = port < 0 ? XNet::getHostIp(server, mac, address)
                                     : XNet::getHostIp(server, quint16(port), mac, address);
-        qInstallMessageHandler(nullptr);
-        QCOMPARE(QStringList({found ? "found" : "none", address, mac}) + captured, expected);
-        QCOMPARE(qRound((QDateTime::currentMSecsSinceEpoch() - started) / 1000.0), seconds);
-        QCOMPARE(tcpAttempts() - before, attempts);
+        QCOMPARE(QStringList({found ? "found" : "none", address, mac}) + fakes.messagesWithLevel(), expected);
+        QTEST(int(qRound((QDateTime::currentMSecsSinceEpoch() - started) / 1000.0)), "seconds");
+        QTEST(int(tcpAttempts() - before), "attempts");
     }
-    void interfaceNameWithShellSyntax()
+    void netSettings_data()
     {
-        // Card names come from whoever may add a card: a VPN client, an adapter's driver.
-        const QString name = "x';>pwned;'", folder = QDir::currentPath();
-        QTemporaryDir here; // where a broken-out redirection would leave its file
-        QVERIFY(::unshare(CLONE_NEWNET) == 0 && ip(card(name, mac1, {"192.0.2.10/24"})) &&
-                QDir::setCurrent(here.path()));
-        qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &text) { captured << text; });
-        QList<XNet::NetSetting> settings;
+        QTest::addColumn<QString>("name");        // the card's
+        QTest::addColumn<QString>("connection");  // nmcli's name for the card's connection
+        QTest::addColumn<QString>("fixture");     // nmcli's answer on the connection
+        QTest::addColumn<QString>("expected");    // connection|method|gateway|dns1|dns2
+        QTest::addColumn<QStringList>("refused"); // names that never reached a command line
+        const QString wired = "Wired connection 1", values = "|%1|192.0.2.1|192.0.2.53|198.51.100.53";
+        QTest::newRow("manual") << "pxa" << wired << "con-show-manual.txt" << wired + values.arg("static")
+                                << QStringList();
+        QTest::newRow("auto, active values")
+            << "pxa" << wired << "con-show-auto.txt" << wired + values.arg("dhcp") << QStringList();
+        // Any local user may name a connection, and a VPN client or a driver a card: these would run
+        // touch, or redirect into a file, at every query. The card's peer carries the same quote.
+        const QString hostile = "x';touch pwned;'", iface = "x';>pwned;'";
+        QTest::newRow("connection name with shell syntax")
+            << "pxa" << hostile << "con-show-manual.txt" << hostile + "|dhcp|||" << QStringList(hostile);
+        QTest::newRow("interface name with shell syntax") << iface << wired << "con-show-manual.txt"
+                                                          << "|dhcp|||" << QStringList{iface + "p", iface};
+    }
+    void netSettings()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, connection);
+        QFETCH(QString, fixture);
+        QFETCH(QStringList, refused);
+        fakes.put("nmcli-device-" + name + ".out", testsupport::fixture("nmcli/device-show-connected.txt")
+                                                       .replace("Wired connection 1", connection.toUtf8()));
+        fakes.putFixture("nmcli-con-" + connection + ".out", "nmcli/" + fixture);
+        const QString folder = QDir::currentPath();
+        QTemporaryDir here; // where a command broken out of its quotes would leave its file
+        QVERIFY(
+            ::unshare(CLONE_NEWNET) == 0 &&
+            ip(card(name, mac1, {"192.0.2.10/24", "192.0.2.11/25"}) << "link set " + name + " mtu 1400") &&
+            QDir::setCurrent(here.path()));
+        QList<XNet::NetSetting> settings{XNet::NetSetting()};
         XNet::getNetSettings(settings);
-        qInstallMessageHandler(nullptr);
         QDir::setCurrent(folder);
         QVERIFY(!QFile::exists(here.filePath("pwned")));
-        QCOMPARE(settings.size(), 1);
-        QCOMPARE(settings[0].ip + '|' + settings[0].connection, QString("192.0.2.10|"));
-        // One line for the card and one for its peer, whose name carries the same quote.
-        QCOMPARE(captured.filter("refused").size(), 2);
+        QCOMPARE(settings.size(), 2); // earlier records stay in front; only a card with an address adds one
+        const XNet::NetSetting &s = settings[1];
+        QCOMPARE(QStringList({s.mac, s.ip, s.mask, QString::number(s.mtu)}) + s.additions.keys() +
+                     s.additions.values(),
+                 QStringList({mac1, "192.0.2.10", "255.255.255.0", "1400", "192.0.2.11", "255.255.255.128"}));
+        QTEST(QStringList({s.connection, s.dhcp ? "dhcp" : "static", s.gateway, s.dns1, s.dns2}).join('|'),
+              "expected");
+        const QString line = "warning: [ getNetSettings ] refused, not a plain value for a command line: ";
+        QCOMPARE(fakes.messagesWithLevel().filter("refused"),
+                 testsupport::quoted(refused).replaceInStrings(QRegularExpression("^"), line));
     }
 };
 

@@ -2,6 +2,8 @@
 
 #include "logtag.h"
 
+#include <QHostAddress>
+#include <QNetworkInterface>
 #include <QRegExp>
 
 namespace XNet
@@ -94,6 +96,26 @@ QString prefixToMask(const quint32 &prefix)
     for (int offset = 0; offset < 32; offset += 8)
         octets << QString::number(bits.mid(offset, 8).toInt(nullptr, 2), 10);
     return octets.join(QLatin1Char('.'));
+}
+
+QList<CardInfo> listCards()
+{
+    QList<CardInfo> cards;
+    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &iface : interfaces) {
+        CardInfo card{
+            iface.humanReadableName(), iface.hardwareAddress(), iface.maximumTransmissionUnit(), {}};
+        const QList<QNetworkAddressEntry> entries = iface.addressEntries();
+        for (const QNetworkAddressEntry &entry : entries) {
+            // Kept on purpose: whether the card is up plays no part, and of 127/8 only
+            // 127.0.0.1 itself is dropped.
+            if (entry.ip() == QHostAddress::LocalHost || entry.ip().toIPv4Address() == 0)
+                continue;
+            card.ipv4.append({entry.ip().toString(), entry.netmask().toString()});
+        }
+        cards.append(card);
+    }
+    return cards;
 }
 
 } // namespace XNet

@@ -43,6 +43,30 @@ QString prefixToMask(const quint32 &prefix);
 // Appends one record per interface that has an IPv4 address; runs nmcli for each.
 void getNetSettings(QList<NetSetting> &settings);
 
+// A card as the system lists it, with its IPv4 addresses in the system's order. Loopback's
+// 127.0.0.1 and other families are left out; a card without an address is still listed.
+struct Ipv4Entry {
+    QString ip;
+    QString mask; // dotted
+};
+struct CardInfo {
+    QString name; // the human-readable name
+    QString mac;
+    int mtu = 0;
+    QList<Ipv4Entry> ipv4;
+};
+QList<CardInfo> listCards();
+
+// Which of the usable addresses (every card's, in card order) getHostIp settles on, judged
+// on the values alone. TryConnect: each address in turn, the first that reaches the server
+// wins; index is the one taken when none does.
+struct HostIpChoice {
+    enum Reason { NoAddress, OnlyOne, InSubnet, TryConnect, Default };
+    Reason reason = NoAddress;
+    int index = -1;
+};
+HostIpChoice chooseHostIp(const QList<Ipv4Entry> &addresses, const QString &serverAddr, quint16 port);
+
 // Picks the local address (and its card's hardware address) for reaching serverAddr:
 // the only address, else one whose subnet holds the server, else one from which a TCP
 // connection to port succeeds, else the first. False only when there is no address.

@@ -4,7 +4,6 @@
 #include "logtag.h"
 
 #include <QHostAddress>
-#include <QNetworkInterface>
 #include <QNetworkProxy>
 #include <QTcpSocket>
 
@@ -23,7 +22,47 @@ int maskBits(const QString &mask)
     return prefix;
 }
 
+// The first address from which a TCP connection to the server succeeds, or -1.
+int firstReaching(const QList<Ipv4Entry> &addresses, const QString &serverAddr, quint16 port)
+{
+    for (int i = 0; i < addresses.size(); ++i) {
+        QTcpSocket socket;
+        // A system proxy would make every address look reachable.
+        socket.setProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        if (!socket.bind(QHostAddress(addresses.at(i).ip), 0))
+            continue;
+        socket.connectToHost(serverAddr, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
+        if (socket.waitForConnected(3000)) {
+            // Only the route is proven; nothing is sent.
+            socket.disconnect();
+            socket.close();
+            return i;
+        }
+    }
+    return -1;
+}
+
 } // namespace
+
+HostIpChoice chooseHostIp(const QList<Ipv4Entry> &addresses, const QString &serverAddr, quint16 port)
+{
+    if (addresses.isEmpty())
+        return {HostIpChoice::NoAddress, -1};
+    if (addresses.size() == 1)
+        return {HostIpChoice::OnlyOne, 0};
+    if (!serverAddr.isEmpty()) {
+        // A host name gives a null address here and never matches; it still gets its
+        // chance in the connect pass.
+        const QHostAddress server(serverAddr);
+        for (int i = 0; i < addresses.size(); ++i) {
+            if (server.isInSubnet(QHostAddress(addresses.at(i).ip), maskBits(addresses.at(i).mask)))
+                return {HostIpChoice::InSubnet, i};
+        }
+        if (port != 0)
+            return {HostIpChoice::TryConnect, 0};
+    }
+    return {HostIpChoice::Default, 0};
+}
 
 bool getHostIp(const QString &serverAddr, const quint16 &port, QString &hostMac, QString &hostIp)
 {
@@ -31,67 +70,45 @@ bool getHostIp(const QString &serverAddr, const quint16 &port, QString &hostMac,
     hostIp = QString();
 
     // One item per usable address; a card with two addresses appears twice in macList.
-    QStringList macList, ipList, maskList;
-    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface &iface : interfaces) {
-        const QList<QNetworkAddressEntry> entries = iface.addressEntries();
-        for (const QNetworkAddressEntry &entry : entries) {
-            if (entry.ip() == QHostAddress::LocalHost || entry.ip().toIPv4Address() == 0)
-                continue;
-            macList << iface.hardwareAddress();
-            ipList << entry.ip().toString();
-            maskList << entry.netmask().toString();
+    QStringList macList;
+    QList<Ipv4Entry> addresses;
+    const QList<CardInfo> cards = listCards();
+    for (const CardInfo &card : cards) {
+        for (const Ipv4Entry &entry : card.ipv4) {
+            macList << card.mac;
+            addresses << entry;
         }
     }
 
-    if (ipList.isEmpty()) {
+    const HostIpChoice choice = chooseHostIp(addresses, serverAddr, port);
+    int index = choice.index;
+    switch (choice.reason) {
+    case HostIpChoice::NoAddress:
         toolkitlog::tag(qCritical(), "getHostIp") << "Get local ip failed";
         return false;
-    }
-    if (ipList.size() == 1) {
+    case HostIpChoice::OnlyOne:
         toolkitlog::tag(qInfo(), "getHostIp") << "Only got one ip";
-        hostMac = macList.at(0);
-        hostIp = ipList.at(0);
+        hostMac = macList.at(index);
+        hostIp = addresses.at(index).ip;
         return true;
-    }
-
-    if (!serverAddr.isEmpty()) {
-        // A host name gives a null address here and never matches; it still gets its
-        // chance in the connect pass.
-        const QHostAddress server(serverAddr);
-        for (int i = 0; i < ipList.size(); ++i) {
-            if (server.isInSubnet(QHostAddress(ipList.at(i)), maskBits(maskList.at(i)))) {
-                toolkitlog::tag(qDebug(), "getHostIp") << "InSubnet, ip =" << ipList.at(i);
-                hostMac = filterInvalidVpnMac(macList.at(i), macList);
-                hostIp = ipList.at(i);
-                return true;
-            }
+    case HostIpChoice::InSubnet:
+        toolkitlog::tag(qDebug(), "getHostIp") << "InSubnet, ip =" << addresses.at(index).ip;
+        break;
+    case HostIpChoice::TryConnect: {
+        const int reached = firstReaching(addresses, serverAddr, port);
+        if (reached >= 0) {
+            index = reached;
+            toolkitlog::tag(qDebug(), "getHostIp") << "TcpSocket Connected, ip =" << addresses.at(index).ip;
+            break;
         }
-
-        if (port != 0) {
-            for (int j = 0; j < ipList.size(); ++j) {
-                QTcpSocket socket;
-                // A system proxy would make every address look reachable.
-                socket.setProxy(QNetworkProxy(QNetworkProxy::NoProxy));
-                if (!socket.bind(QHostAddress(ipList.at(j)), 0))
-                    continue;
-                socket.connectToHost(serverAddr, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
-                if (socket.waitForConnected(3000)) {
-                    // Only the route is proven; nothing is sent.
-                    socket.disconnect();
-                    socket.close();
-                    toolkitlog::tag(qDebug(), "getHostIp") << "TcpSocket Connected, ip =" << ipList.at(j);
-                    hostMac = filterInvalidVpnMac(macList.at(j), macList);
-                    hostIp = ipList.at(j);
-                    return true;
-                }
-            }
-        }
+        Q_FALLTHROUGH();
     }
-
-    toolkitlog::tag(qInfo(), "getHostIp") << "Return default ip";
-    hostMac = filterInvalidVpnMac(macList.at(0), macList);
-    hostIp = ipList.at(0);
+    case HostIpChoice::Default:
+        toolkitlog::tag(qInfo(), "getHostIp") << "Return default ip";
+        break;
+    }
+    hostMac = filterInvalidVpnMac(macList.at(index), macList);
+    hostIp = addresses.at(index).ip;
     return true;
 }
 

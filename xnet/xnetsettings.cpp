@@ -4,9 +4,6 @@
 #include "logtag.h"
 #include "mysystem.h"
 
-#include <QHostAddress>
-#include <QNetworkInterface>
-
 namespace XNet
 {
 
@@ -45,31 +42,22 @@ bool NetSetting::matches(const QString &mac, const QString &connection, const bo
 
 void getNetSettings(QList<NetSetting> &settings)
 {
-    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface &iface : interfaces) {
+    const QList<CardInfo> cards = listCards();
+    for (const CardInfo &card : cards) {
         NetSetting setting;
         // Names come from whoever may create an interface or a connection: one that
         // would break out of its quotes is never run, and its record is left unanswered.
-        const QString name = iface.humanReadableName();
-        if (mySystem::fitsCommand(name, "getNetSettings", true))
-            setting.connection = mySystem::start("nmcli device show '" + name +
+        if (mySystem::fitsCommand(card.name, "getNetSettings", true))
+            setting.connection = mySystem::start("nmcli device show '" + card.name +
                                                  "' | grep -i GENERAL.CONNECTION: | awk -F':' '{print $2}'");
-        setting.mac = iface.hardwareAddress();
-        setting.mtu = iface.maximumTransmissionUnit();
-
-        const QList<QNetworkAddressEntry> entries = iface.addressEntries();
-        for (const QNetworkAddressEntry &entry : entries) {
-            if (entry.ip() == QHostAddress::LocalHost || entry.ip().toIPv4Address() == 0)
-                continue;
-            if (setting.ip.isEmpty()) {
-                setting.ip = entry.ip().toString();
-                setting.mask = entry.netmask().toString();
-            } else {
-                setting.additions.insert(entry.ip().toString(), entry.netmask().toString());
-            }
-        }
-        if (setting.ip.isEmpty())
+        setting.mac = card.mac;
+        setting.mtu = card.mtu;
+        if (card.ipv4.isEmpty())
             continue;
+        setting.ip = card.ipv4.first().ip;
+        setting.mask = card.ipv4.first().mask;
+        for (const Ipv4Entry &entry : card.ipv4.mid(1))
+            setting.additions.insert(entry.ip, entry.mask);
         const bool fits = mySystem::fitsCommand(setting.connection, "getNetSettings", true);
 
         const QString method = connectionValue(setting.connection, fits, "grep ipv4.method:");

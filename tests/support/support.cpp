@@ -120,15 +120,25 @@ namespace
 std::mutex caughtMutex;
 QList<QPair<QtMsgType, QString>> caught;
 
-void catchMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+QtMessageHandler previousHandler = nullptr;
+
+void catchMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
+    // A fatal message ends the test: it must still reach QtTest's own output.
+    if (type == QtFatalMsg && previousHandler)
+        previousHandler(type, context, text);
     const std::lock_guard<std::mutex> lock(caughtMutex);
     caught.append({type, text});
 }
 
 } // namespace
 
-LogCapture::LogCapture() : m_previous(qInstallMessageHandler(catchMessage)) {}
+LogCapture::LogCapture()
+{
+    clear();
+    m_previous = qInstallMessageHandler(catchMessage);
+    previousHandler = m_previous;
+}
 
 LogCapture::~LogCapture()
 {

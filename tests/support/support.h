@@ -43,7 +43,7 @@ void removeCertificate(const QString &pem);
 std::string readAll(const QString &path);
 
 // Catches every message from construction on, from any thread, and puts the
-// handler that was there back on destruction.
+// handler that was there back on destruction. One lives at a time.
 class LogCapture
 {
 public:
