@@ -4,7 +4,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,17 +18,13 @@ class TestCheck : public QObject
     QTemporaryDir home;
     QString pem = QCoreApplication::applicationDirPath() + "/config/grpcserver.pem";
 
+    // A negative port: no server configured.
     void writeSettings(int port)
     {
-        QDir(home.path()).mkpath("Documents/Tessera");
-        QSettings settings(home.filePath("Documents/Tessera/settings.ini"), QSettings::IniFormat);
-        settings.clear();
-        if (port < 0)
-            return;
-        settings.setValue("SERVERINFO/CURSERVERIP", "127.0.0.1");
-        settings.setValue("SERVERINFO/SERVERS/size", 1);
-        settings.setValue("SERVERINFO/SERVERS/1/SERVERIP", "127.0.0.1");
-        settings.setValue("SERVERINFO/SERVERS/1/SERVERPORT", port);
+        using testsupport::ServerEntry;
+        testsupport::writeServerSettings(home.path(), port < 0 ? QString() : "127.0.0.1",
+                                         port < 0 ? QList<ServerEntry>()
+                                                  : QList<ServerEntry>{{"127.0.0.1", QString::number(port)}});
     }
     // Runs the installed-style program with HOME in the test's folder.
     int runCheck(const QStringList &arguments, QByteArray *out, QByteArray *err = nullptr)

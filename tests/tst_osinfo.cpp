@@ -3,18 +3,13 @@
 #include <sstream>
 
 #include "osinfo.h"
+#include "support.h"
+
+using testsupport::writeFile;
 
 static QByteArray os(const QString &name)
 {
-    QFile file(PROBIX_TEST_DATA "/os-release/" + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "missing " + name.toUtf8();
-}
-static void writeFile(const QString &path, const QByteArray &text)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
+    return testsupport::fixture("os-release/" + name);
 }
 template <typename Info> static QString version(const Info &i)
 {
@@ -67,8 +62,8 @@ private slots:
     }
     void memory()
     {
-        const MemoryInfo m =
-            getMemoryInfo(PROBIX_TEST_DATA "/meminfo/x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt");
+        const MemoryInfo m = getMemoryInfo(
+            qPrintable(testsupport::fixturePath("meminfo/x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt")));
         QCOMPARE(QList<quint64>({m.physicalTotal, m.physicalAvailable, m.virtualTotal, m.virtualAvailable}),
                  QList<quint64>({131831052ull << 10, 118425544ull << 10, 34359738367ull << 10,
                                  (34359738367ull - 513640) << 10}));

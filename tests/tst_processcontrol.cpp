@@ -39,10 +39,9 @@ class TestProcessControl : public QObject
     QList<QSharedPointer<QProcess>> children;
     const QString prefix = QStringLiteral("pbx%1").arg(QCoreApplication::applicationPid());
 
-    qint64 start(const QString &program, const QStringList &arguments, const QProcessEnvironment &env)
+    qint64 start(const QString &program, const QStringList &arguments)
     {
         children << QSharedPointer<QProcess>::create();
-        children.back()->setProcessEnvironment(env);
         children.back()->start(program, arguments);
         return children.back()->waitForStarted() ? children.back()->processId() : 0;
     }
@@ -58,24 +57,22 @@ private slots:
 
     void foundCountedEnded()
     {
+        // Shells under a name of their own, each holding 4 MiB more in a variable than the one
+        // before, so that no two resident sizes can be equal; then idle on their input.
         const QString name = prefix + 'a', program = programs.filePath(name);
-        QVERIFY(QFile::copy(QStringLiteral("/bin/sleep"), program));
+        QVERIFY(QFile::copy(QStringLiteral("/bin/sh"), program));
+        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+        const QString hold = QStringLiteral("x=$(head -c $1 /dev/zero | tr '\\0' x); echo ready; read line");
         QSet<QString> ours;
         QMap<qint64, uint> sizes; // ps lists by process number
         for (int i = 0; i < 3; ++i) {
-            // 200 kB more environment each: resident sizes that differ beyond layout noise.
-            QProcessEnvironment env;
-            for (int pad = 0; pad < 2 * i; ++pad)
-                env.insert(QStringLiteral("PAD%1").arg(pad), QString(100000, 'x'));
-            const qint64 pid = start(program, {"300"}, env);
+            const qint64 pid = start(program, {"-c", hold, name, QString::number(i << 22)});
             QVERIFY(pid > 0);
-            // Asleep in its timer, past loading: the resident size no longer moves.
-            QTRY_VERIFY(proc(pid, "stat").contains("(" + name + ") S "));
+            QTRY_VERIFY(children.back()->canReadLine());
             sizes.insert(pid, proc(pid, "status").section("VmRSS:", 1).simplified().split(' ')[0].toUInt());
             ours << QString::number(pid);
         }
         QCOMPARE(mySystem::countProcessLines(name), 3);
-        QCOMPARE(QSet<uint>(sizes.cbegin(), sizes.cend()).size(), 3);
         QCOMPARE(mySystem::getProcessMemory(name), sizes.values());
         // Last look before anything is ended: the name must give exactly these children.
         QCOMPARE(pidof(name), ours);
@@ -106,7 +103,7 @@ private slots:
         // The name only in the arguments of a shell waiting on its input: ps finds it,
         // pidof does not, so kill is handed no process number at all.
         const QString name = prefix + "arg";
-        QVERIFY(start(QStringLiteral("/bin/sh"), {"-c", "read line", name}, {}) > 0);
+        QVERIFY(start(QStringLiteral("/bin/sh"), {"-c", "read line", name}) > 0);
         QVERIFY(pidof(name).isEmpty());
         mySystem::killProcessByName(name);
         QCOMPARE(fakes.fakeLog(), QStringList(QVector<QString>(10, "sudo kill -9").toList()));

@@ -5,7 +5,6 @@
 
 #include "fakecommands.h"
 #include "productremoval.h"
-#include "sessionprocess.h"
 
 struct Product {
     QString process, package, fieldCmd, nameCmd, field;
@@ -72,10 +71,10 @@ private slots:
         const QString install = dir + "opt/" + p.process, cmd = "sudo " + install + "/uninstall.sh --silent";
         fakes.put("opt/" + p.process + "/uninstall.sh", ""); // not executable: sudo records it, runs nothing
         QVERIFY(QFile::copy("/bin/sleep", dir + p.process)); // reaped at once by its shell, as by a launcher
-        SessionProcess launcher;
+        QProcess launcher;
         launcher.start("/bin/sh", {"-c", "\"$0\" 120 & echo $!; wait $!; exit $?", dir + p.process});
-        QTRY_VERIFY(launcher.output().endsWith('\n'));
-        const QString pid = QString::fromLatin1(launcher.output()).trimmed();
+        QVERIFY(launcher.waitForReadyRead(5000) && launcher.canReadLine());
+        const QString pid = QString::fromLatin1(launcher.readLine()).trimmed();
         QTRY_COMPARE(pidof(p.process), pid); // last look: the name gives our child and nobody else
         p.uninstall();
         QVERIFY(launcher.waitForFinished(5000) && launcher.exitCode() == 128 + 9); // SIGKILL

@@ -1,6 +1,5 @@
-// The window document against a model the test controls: rows, warnings (and
-// probix-check judging alike), translation, disk list, refresh timer, dragging
-// and the close button.
+// The window document against a model the test controls: rows, warning marks (and
+// probix-check judging alike), translation, disk list, refresh timer, dragging and closing.
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -8,14 +7,10 @@
 #include <QtQml>
 #include <QtTest>
 
-#include <fstream>
-
-#include "cpu.h"
-#include "cpufrequency.h"
 #include "disk.h"
 #include "fleetcheck.h"
-#include "performanceparsers.h"
 #include "probix.h"
+#include "support.h"
 #include "themeobject.h"
 
 class FakeServer : public QObject
@@ -62,7 +57,8 @@ signals:
     void infoChanged();
 };
 
-static QStringList logLines;
+static const char *const rowNames[] = {"cpuInfor", "memeryInfor", "bandwidthInfor", "resolutionInfor",
+                                       "systemInfor"};
 
 class TestWindow : public QObject
 {
@@ -86,16 +82,17 @@ class TestWindow : public QObject
         QQuickItem *line = item(item(row), which);
         return line && line->isVisible() ? line->property("text").toString() : QString();
     }
-    QString warning(const QString &row) const
+    // The mark, not only its text: a passing row shows no mark at all.
+    bool marked(const QString &row) const
     {
         QQuickItem *mark = item(item(row), "warning");
-        return mark && mark->isVisible() ? text(row, "warningText") : QString();
+        return mark && mark->isVisible();
     }
+    QString warning(const QString &row) const { return marked(row) ? text(row, "warningText") : QString(); }
     QStringList rows() const
     {
         QStringList shown;
-        for (const char *row :
-             {"cpuInfor", "memeryInfor", "bandwidthInfor", "resolutionInfor", "systemInfor"})
+        for (const char *row : rowNames)
             shown << QStringList{text(row, "titleLine"), text(row, "localLine"), text(row, "recommendLine"),
                                  warning(row)}
                          .join('/');
@@ -108,8 +105,6 @@ private slots:
         qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
         qmlRegisterType<FakeProbix>("com.virtual.vdi", 1, 0, "Probix");
         qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
-        qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &line) { logLines << line; });
     }
     void init()
     {
@@ -122,8 +117,6 @@ private slots:
 
     void rowsAndWarnings()
     {
-        QCOMPARE(window->title(), QString::fromUtf8("硬件检测"));
-        QCOMPARE(window->size(), QSize(740, 570));
         QVERIFY(window->flags() & Qt::FramelessWindowHint);
         FakeProbix::last->show("0.0", "0", false); // the empty answers
         QCOMPARE(rows(),
@@ -140,59 +133,28 @@ private slots:
                      .split('|'));
         // Warnings are told by the mark alone: every circle stays green on screen.
         const QImage shot = window->grabWindow();
-        for (const char *row :
-             {"cpuInfor", "memeryInfor", "bandwidthInfor", "resolutionInfor", "systemInfor"})
+        for (const char *row : rowNames)
             QCOMPARE(shot.pixelColor(item(item(row), "iconCircle")->mapToScene(QPointF(4, 18)).toPoint()),
                      QColor("#52c41a"));
     }
 
-    // One table, both fronts: the window's warnings and probix-check's judgement
-    // over the texts that the fixture machines give, and the edges of the rule.
+    // One table, both fronts: the window's marks and probix-check's judgement over the
+    // texts the model gives, and the edges of the rule.
     void checkAgreesWithWindow_data()
     {
         QTest::addColumn<QString>("frequency");
         QTest::addColumn<QString>("memory");
         QTest::addColumn<bool>("cpuWarns");
         QTest::addColumn<bool>("memoryWarns");
-        const auto cpuinfo = [](const char *machine) {
-            std::ifstream in(std::string(PROBIX_TEST_DATA "/cpuinfo/") + machine);
-            return Probix::frequencyText(cpuInfoFrequency(in));
+        const auto row = [](const char *tag, const char *frequency, const char *memory, bool cpu, bool ram) {
+            QTest::newRow(tag) << QString(frequency) << QString(memory) << cpu << ram;
         };
-        const auto lscpu = [](const char *machine) {
-            QFile file(QString(PROBIX_TEST_DATA "/lscpu/") + machine);
-            file.open(QIODevice::ReadOnly);
-            return Probix::frequencyText(lscpuFrequency(commandOutputLines(file.readAll()), 0));
-        };
-        const auto meminfo = [](const char *machine) {
-            QFile file(QString(PROBIX_TEST_DATA "/meminfo/") + machine);
-            file.open(QIODevice::ReadOnly);
-            const QString kb = QRegularExpression(R"(MemTotal:\s*(\d+))").match(file.readAll()).captured(1);
-            return Probix::memoryText(performanceparsers::kernelMemoryTotal(kb));
-        };
-        // The kernel saw the i5 throttled to 1199 MHz; the desktop has 7.8 GB.
-        QTest::newRow("i5-m560 laptop, i7-2600 desktop")
-            << cpuinfo("x86-intel-i5-m560-2c4t-ht-dell-e4310.txt")
-            << meminfo("x86-desktop-i7-2600-8gb-kernel-3.13-no-memavailable.txt") << true << false;
-        QTest::newRow("arm64 big.LITTLE board, Jetson nano")
-            << cpuinfo("arm64-biglittle-a510-a710-a715-x3-8cpu.txt")
-            << meminfo("arm64-jetson-nano-4gb-nvmap-extra-keys.txt") << true << false;
-        // 2400 MHz at most; 128 GB shows as "1.3e+02", which JavaScript reads as 130.
-        QTest::newRow("Pentium 2020M, Xeon server")
-            << lscpu("x86-cpu-mhz-max-min-pentium-2020m.txt")
-            << meminfo("x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt") << false << false;
-        QTest::newRow("Cortex-A55 by lscpu")
-            << lscpu("arm64-cortex-a55-max-min-no-cur.txt") << "1.9" << true << true;
-        QTest::newRow("i7-1165G7 by lscpu")
-            << lscpu("x86-new-format-no-cpu-mhz-scaling-pct-i7-1165g7-utillinux.txt") << "16" << false
-            << false;
-        QTest::newRow("at both thresholds") << "2.3"
-                                            << "2" << false << false;
-        QTest::newRow("just below both") << "2.2"
-                                         << "1.9" << true << true;
-        QTest::newRow("empty texts count as zero") << ""
-                                                   << "" << true << true;
-        QTest::newRow("a text that is no number never warns") << "nan"
-                                                              << "inf" << false << false;
+        row("at both thresholds", "2.3", "2", false, false);
+        row("just below both", "2.2", "1.9", true, true);
+        // Numbers, not texts ("10" < "2.3" as text); 128 GB shows as "1.3e+02", read as 130.
+        row("two digits, exponent form", "10.0", "1.3e+02", false, false);
+        row("empty texts count as zero", "", "", true, true);
+        row("a text that is no number never warns", "nan", "inf", false, false);
     }
     void checkAgreesWithWindow()
     {
@@ -206,12 +168,13 @@ private slots:
             report.cpu = frequency;
             report.memory = memory;
             report.answered = answered;
-            QCOMPARE(!warning("cpuInfor").isEmpty(), cpuWarns);
+            QCOMPARE(marked("cpuInfor"), cpuWarns);
             QCOMPARE(!report.cpuPasses(), cpuWarns);
-            QCOMPARE(!warning("memeryInfor").isEmpty(), memoryWarns);
+            QCOMPARE(marked("memeryInfor"), memoryWarns);
             QCOMPARE(!report.memoryPasses(), memoryWarns);
-            QCOMPARE(!warning("bandwidthInfor").isEmpty(), !answered);
+            QCOMPARE(marked("bandwidthInfor"), !answered);
             QCOMPARE(report.suitable(), !cpuWarns && !memoryWarns && answered);
+            QVERIFY(!marked("systemInfor"));
         }
     }
 
@@ -220,7 +183,6 @@ private slots:
         delete engine;
         QTranslator translator;
         QVERIFY(translator.load(":/probix_en.qm", "", "", ""));
-        QCOMPARE(translator.translate("main", "关闭"), QString("close"));
         QCoreApplication::installTranslator(&translator);
         init();
         FakeProbix::last->show("1.0", "1.9", true);
@@ -258,11 +220,9 @@ private slots:
 
     void timerCallsUpdate()
     {
-        QObject *timer = window->findChild<QObject *>("updateTimer");
-        QCOMPARE(timer->property("interval").toInt(), 2000);
-        QVERIFY(timer->property("running").toBool() && timer->property("repeat").toBool());
+        // Not at once on start, then again and again.
         QCOMPARE(FakeProbix::last->updates, 0);
-        QTRY_COMPARE_WITH_TIMEOUT(FakeProbix::last->updates, 1, 4000);
+        QTRY_COMPARE_WITH_TIMEOUT(FakeProbix::last->updates, 2, 6000);
     }
 
     void dragMovesAtMostEvery40ms()
@@ -288,12 +248,12 @@ private slots:
 
     void closeButtonClosesTheWindow()
     {
+        testsupport::LogCapture log;
         QQuickItem *button = item("closeButton");
-        QCOMPARE(button->size(), QSizeF(34, 34));
         QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier,
                           button->mapToScene(QPointF(17, 17)).toPoint());
         QTRY_VERIFY(!window->isVisible());
-        QVERIFY(logLines.contains("close Button clicked ~!!!!"));
+        QVERIFY(log.lines().contains("close Button clicked ~!!!!"));
     }
 };
 
