@@ -3,11 +3,8 @@
 #include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QUrl>
-#include <QtQml>
 
-#include "disk.h"
-#include "probix.h"
-#include "themeobject.h"
+#include "qmltypes.h"
 #include "translation.h"
 
 // A test-only build points this at a document that cannot load; the shipped
@@ -24,12 +21,7 @@ int main(int argc, char *argv[])
 
     installTranslation();
 
-    qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
-    qmlRegisterType<Probix>("com.virtual.vdi", 1, 0, "Probix");
-    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
-    // Kept on purpose: the name "ServerInfo" is bound to Disk; the real
-    // ServerInfo reaches QML only through Probix::serverinfo.
-    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "ServerInfo");
+    registerQmlTypes();
 
     QQmlApplicationEngine engine;
     const QUrl url(QStringLiteral(PROBIX_DOCUMENT));

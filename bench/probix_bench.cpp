@@ -13,9 +13,8 @@
 #include <algorithm>
 #include <ctime>
 
-#include "disk.h"
 #include "probix.h"
-#include "themeobject.h"
+#include "qmltypes.h"
 
 static const char *minimalDocument = R"(
 import QtQuick 2.12
@@ -65,10 +64,7 @@ static int child(int argc, char **argv, bool real)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication app(argc, argv);
-    qmlRegisterType<ThemeObject>("Themes", 1, 0, "Themes");
-    qmlRegisterType<Probix>("com.virtual.vdi", 1, 0, "Probix");
-    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "Disk");
-    qmlRegisterType<Disk>("com.virtual.vdi", 1, 0, "ServerInfo");
+    registerQmlTypes();
     QQmlApplicationEngine engine;
     double frameAt = 0;
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreated, &app,
