@@ -1,5 +1,6 @@
 // The standard-only probes as an Arm terminal runs them: built with the aarch64
-// cross compiler and run under qemu-user by run.sh. Argument: the test data folder.
+// cross compiler (CMakeLists.txt here) and run under qemu-user by the tests.
+// Argument: the test data folder.
 #include <cstdio>
 #include <fstream>
 #include <string>
