@@ -272,30 +272,28 @@ QList<QSharedPointer<Network>> networkSamples(const QMap<QString, QString> &samp
         network->mac = it.value();
         interfaces.insert(it.key(), network);
     }
-    // Both outputs open with two header lines.
+    // The sampled interface a line counts for, or null. Both outputs open with two header lines.
+    const auto counted = [&interfaces](const QByteArray &line, InterfaceBytes &bytes) {
+        return interfaceBytes(QString::fromLocal8Bit(line), bytes) ? interfaces.value(bytes.name)
+                                                                   : QSharedPointer<Network>();
+    };
     for (const QByteArray &line : firstLines.mid(2)) {
         InterfaceBytes bytes;
-        const auto network = interfaceBytes(QString::fromLocal8Bit(line), bytes)
-                                 ? interfaces.constFind(bytes.name)
-                                 : interfaces.constEnd();
-        if (network == interfaces.constEnd())
-            continue;
-        (*network)->receivedBytes = bytes.received;
-        (*network)->sentBytes = bytes.sent;
+        if (const QSharedPointer<Network> network = counted(line, bytes)) {
+            network->receivedBytes = bytes.received;
+            network->sentBytes = bytes.sent;
+        }
     }
     QList<QSharedPointer<Network>> measured;
     for (const QByteArray &line : secondLines.mid(2)) {
         InterfaceBytes bytes;
-        const auto network = interfaceBytes(QString::fromLocal8Bit(line), bytes)
-                                 ? interfaces.constFind(bytes.name)
-                                 : interfaces.constEnd();
-        if (network == interfaces.constEnd())
-            continue;
-        // An interface missing from the first sample still has zero counters, so its
-        // whole count shows up as throughput.
-        (*network)->netThroughputReceive = throughput((*network)->receivedBytes, bytes.received);
-        (*network)->netThroughputSend = throughput((*network)->sentBytes, bytes.sent);
-        measured.append(*network);
+        if (const QSharedPointer<Network> network = counted(line, bytes)) {
+            // An interface missing from the first sample still has zero counters, so its
+            // whole count shows up as throughput.
+            network->netThroughputReceive = throughput(network->receivedBytes, bytes.received);
+            network->netThroughputSend = throughput(network->sentBytes, bytes.sent);
+            measured.append(network);
+        }
     }
     return measured;
 }
