@@ -49,47 +49,75 @@ QList<int> ServerInfo::arrayIndices(const QStringList &groups, int size)
     return indices;
 }
 
-void ServerInfo::reloadSettings()
+namespace
 {
-    const QString oldIp = m_ip;
-    const QString oldPort = m_port;
-    m_ip.clear();
-    m_port.clear();
 
+// The client's server settings: the current address, or false when there is
+// none, and the array's entries that name a first address, lowest index first.
+bool readServerSettings(QString &current, QList<ServerInfo::Entry> &entries)
+{
     QSettings settings(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + "/Tessera" +
                            "/settings.ini",
                        QSettings::IniFormat);
     settings.setIniCodec(QTextCodec::codecForName("UTF-8"));
     settings.beginGroup("SERVERINFO");
-    if (!settings.contains("CURSERVERIP")) {
-        // The worker is left alone: it keeps answering for the server it was made for.
-        qWarning() << "current server ip empty";
-        settings.endGroup();
-        return;
-    }
-    m_ip = settings.value("CURSERVERIP", QVariant()).toString();
+    if (!settings.contains("CURSERVERIP"))
+        return false;
+    current = settings.value("CURSERVERIP", QVariant()).toString();
     const int count = settings.beginReadArray("SERVERS");
-    for (int index : arrayIndices(settings.childGroups(), count)) {
+    for (int index : ServerInfo::arrayIndices(settings.childGroups(), count)) {
         settings.setArrayIndex(index);
-        if (!settings.contains("SERVERIP"))
-            continue;
-        const QString first = settings.value("SERVERIP", QVariant()).toString();
-        const QString second = settings.value("SECONDSERVERIP", QVariant()).toString();
-        if (m_ip == first || m_ip == second) {
-            m_port = settings.value("SERVERPORT", QVariant()).toString();
+        if (settings.contains("SERVERIP"))
+            entries.append({settings.value("SERVERIP", QVariant()).toString(),
+                            settings.value("SECONDSERVERIP", QVariant()).toString(),
+                            settings.value("SERVERPORT", QVariant()).toString()});
+    }
+    return true;
+}
+
+} // namespace
+
+ServerInfo::Choice ServerInfo::choose(const QString &current, const QList<Entry> &entries,
+                                      const QString &oldIp, const QString &oldPort)
+{
+    Choice choice;
+    choice.ip = current;
+    for (const Entry &entry : entries) {
+        if (current == entry.first || current == entry.second) {
+            choice.port = entry.port;
             break;
         }
     }
-    settings.endArray();
-    settings.endGroup();
-
-    if (m_ip == oldIp && m_port == oldPort)
-        return;
     // Kept on purpose: with either part missing the old worker stays, even
     // though it serves an address the window no longer shows.
-    if (m_ip.isEmpty() || m_port.isEmpty())
-        return;
+    const bool changed = choice.ip != oldIp || choice.port != oldPort;
+    choice.replaceWorker = changed && !choice.ip.isEmpty() && !choice.port.isEmpty();
+    return choice;
+}
 
+void ServerInfo::reloadSettings()
+{
+    const QString oldIp = m_ip;
+    const QString oldPort = m_port;
+    // A vanished setting empties the display at once.
+    m_ip.clear();
+    m_port.clear();
+    QString current;
+    QList<Entry> entries;
+    if (!readServerSettings(current, entries)) {
+        // The worker is left alone: it keeps answering for the server it was made for.
+        qWarning() << "current server ip empty";
+        return;
+    }
+    const Choice choice = choose(current, entries, oldIp, oldPort);
+    m_ip = choice.ip;
+    m_port = choice.port;
+    if (choice.replaceWorker)
+        replaceWorker();
+}
+
+void ServerInfo::replaceWorker()
+{
     delete m_worker;
     m_worker = nullptr;
     m_worker = new DeskLinkWorker(nullptr);

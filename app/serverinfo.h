@@ -30,6 +30,24 @@ public:
     // Which indices of the settings' server array hold an entry, from the array's
     // child groups and its stated size; ascending.
     static QList<int> arrayIndices(const QStringList &groups, int size);
+
+    // One entry of the settings' server array that names a first address.
+    struct Entry {
+        QString first;
+        QString second;
+        QString port;
+    };
+    // What a check makes of the settings: the address and port to show, and
+    // whether the worker must be made again for them.
+    struct Choice {
+        QString ip;
+        QString port;
+        bool replaceWorker = false;
+    };
+    // The decision over what was read: current is the configured address, the
+    // entries are in the array's order, oldIp and oldPort are what the window showed.
+    static Choice choose(const QString &current, const QList<Entry> &entries, const QString &oldIp,
+                         const QString &oldPort);
     void reloadSettings();
     void queryServer();
 
@@ -46,6 +64,8 @@ signals:
     void answered();
 
 private:
+    void replaceWorker();
+
     QString m_ip;
     QString m_port;
     QString m_certificatePath;

@@ -72,6 +72,27 @@ const char *statusName(grpc::StatusCode code)
     }
 }
 
+DeskLinkWorker::Finished finished(const Call &call, bool english)
+{
+    DeskLinkWorker::Finished out;
+    out.elapsedMs = call.clock.elapsed();
+    out.english = english;
+    out.early = call.alarm != nullptr;
+    out.earlyError = call.earlyError;
+    out.status = call.status.error_code();
+    out.statusMessage = QString::fromStdString(call.status.error_message());
+    out.target = QString::fromStdString(call.target);
+    // Only a call out of time asks; GetState(false) neither connects nor waits.
+    if (call.status.error_code() == grpc::DEADLINE_EXCEEDED && call.channel)
+        out.connected = call.channel->GetState(false) == GRPC_CHANNEL_READY;
+    const common::ErrorData &error = call.reply.error();
+    out.errorCode = error.error_code();
+    out.errorEn = QString::fromStdString(error.error_msg_en());
+    out.errorZh = QString::fromStdString(error.error_msg_zh());
+    out.name = QString::fromStdString(call.reply.name());
+    return out;
+}
+
 } // namespace
 
 struct DeskLinkWorker::Private {
@@ -91,53 +112,57 @@ DeskLinkWorker::DeskLinkWorker(QObject *parent) : QObject(parent), d(new Private
 {
     qRegisterMetaType<tagServerTypeInfoResp>("tagServerTypeInfoResp");
     d->setupError = QStringLiteral("no connection has been prepared");
-    d->thread = std::thread([this]() {
-        void *tag = nullptr;
-        bool ok = false;
-        while (d->queue.Next(&tag, &ok)) {
-            std::unique_ptr<Call> call(static_cast<Call *>(tag));
-            {
-                std::lock_guard<std::mutex> lock(d->mutex);
-                d->inFlight.erase(call.get());
-            }
-            if (d->closing.load())
-                continue;
-            tagServerTypeInfoResp response;
-            response.elapsedMs = call->clock.elapsed();
-            bool success = false;
-            if (call->alarm) {
-                response.grpcStatus = grpc::UNAVAILABLE;
-                response.errorMsg = call->earlyError;
-            } else if (!call->status.ok()) {
-                response.grpcStatus = call->status.error_code();
-                response.errorMsg =
-                    QStringLiteral("%1: %2").arg(statusName(call->status.error_code()),
-                                                 QString::fromStdString(call->status.error_message()));
-                // A call that waited for a connection in vain says so, rather
-                // than only that its time ran out.
-                if (call->status.error_code() == grpc::DEADLINE_EXCEEDED && call->channel &&
-                    call->channel->GetState(false) != GRPC_CHANNEL_READY)
-                    response.errorMsg = QStringLiteral("UNAVAILABLE: no connection to %1 within %2 ms")
-                                            .arg(QString::fromStdString(call->target))
-                                            .arg(deadlineMs);
-            } else {
-                const common::ErrorData &error = call->reply.error();
-                response.errorCode = error.error_code();
-                response.serverName = QString::fromStdString(call->reply.name());
-                success = error.error_code() == 0;
-                if (!success) {
-                    const std::string &preferred =
-                        d->english.load() ? error.error_msg_en() : error.error_msg_zh();
-                    const std::string &other =
-                        d->english.load() ? error.error_msg_zh() : error.error_msg_en();
-                    response.errorMsg = QString::fromStdString(!preferred.empty() ? preferred : other);
-                    if (response.errorMsg.isEmpty())
-                        response.errorMsg = QStringLiteral("server error code %1").arg(error.error_code());
-                }
-            }
-            emit queryServerTypeInfoResult(response, success);
+    d->thread = std::thread([this]() { deliverAnswers(); });
+}
+
+DeskLinkWorker::Answer DeskLinkWorker::answerFor(const Finished &call)
+{
+    Answer answer;
+    tagServerTypeInfoResp &response = answer.response;
+    response.elapsedMs = call.elapsedMs;
+    if (call.early) {
+        response.grpcStatus = grpc::UNAVAILABLE;
+        response.errorMsg = call.earlyError;
+    } else if (call.status != grpc::OK) {
+        response.grpcStatus = call.status;
+        response.errorMsg = QStringLiteral("%1: %2").arg(
+            statusName(static_cast<grpc::StatusCode>(call.status)), call.statusMessage);
+        // A call that waited for a connection in vain says so, rather than
+        // only that its time ran out.
+        if (call.status == grpc::DEADLINE_EXCEEDED && !call.connected)
+            response.errorMsg = QStringLiteral("UNAVAILABLE: no connection to %1 within %2 ms")
+                                    .arg(call.target)
+                                    .arg(deadlineMs);
+    } else {
+        response.errorCode = call.errorCode;
+        response.serverName = call.name;
+        answer.success = call.errorCode == 0;
+        if (!answer.success) {
+            const QString &preferred = call.english ? call.errorEn : call.errorZh;
+            const QString &other = call.english ? call.errorZh : call.errorEn;
+            response.errorMsg = !preferred.isEmpty() ? preferred : other;
+            if (response.errorMsg.isEmpty())
+                response.errorMsg = QStringLiteral("server error code %1").arg(call.errorCode);
         }
-    });
+    }
+    return answer;
+}
+
+void DeskLinkWorker::deliverAnswers()
+{
+    void *tag = nullptr;
+    bool ok = false;
+    while (d->queue.Next(&tag, &ok)) {
+        std::unique_ptr<Call> call(static_cast<Call *>(tag));
+        {
+            std::lock_guard<std::mutex> lock(d->mutex);
+            d->inFlight.erase(call.get());
+        }
+        if (d->closing.load())
+            continue;
+        const Answer answer = answerFor(finished(*call, d->english.load()));
+        emit queryServerTypeInfoResult(answer.response, answer.success);
+    }
 }
 
 DeskLinkWorker::~DeskLinkWorker()

@@ -44,10 +44,36 @@ public:
     // Each call gets this long; kept below the window's two-second refresh.
     static constexpr int deadlineMs = 1500;
 
+    // A finished call as read off gRPC and the reply.
+    struct Finished {
+        // Failed before reaching the network (no usable certificate), with this text.
+        bool early = false;
+        QString earlyError;
+        int status = 0; // grpc::StatusCode
+        QString statusMessage;
+        bool connected = true; // the channel was ready when the call ended
+        QString target;
+        int errorCode = 0; // the server's error_code
+        QString errorEn;
+        QString errorZh;
+        QString name;
+        bool english = false;
+        qint64 elapsedMs = 0;
+    };
+    // What the caller is told.
+    struct Answer {
+        tagServerTypeInfoResp response;
+        bool success = false;
+    };
+    // Apart from the queue, so that every kind of reply can be judged without a server.
+    static Answer answerFor(const Finished &call);
+
 signals:
     void queryServerTypeInfoResult(const tagServerTypeInfoResp &response, bool success);
 
 private:
+    void deliverAnswers();
+
     struct Private;
     std::unique_ptr<Private> d;
     QString m_address;

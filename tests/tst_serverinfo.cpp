@@ -1,60 +1,29 @@
-// The server check as the window runs it: the client's settings.ini read at
-// every check, the worker kept or replaced, the reply stored, the signal once
-// per check. HOME is a temporary folder; the server is real.
+// The server check: the decision over the client's settings as plain values,
+// then the check as the window runs it, with settings.ini under a temporary
+// HOME and a real server: the worker kept or replaced, the reply stored in the
+// client's language, the signal once per check.
 #include <QElapsedTimer>
 #include <QPointer>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <mutex>
+
+#include <memory>
 
 #include "desklinkworker.h"
 #include "probix.h"
 #include "testserver.h"
-
-// Replies are logged on the worker's thread while the test reads on its own.
-static std::mutex logMutex;
-static QStringList logged;
-static void capture(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    const std::lock_guard<std::mutex> lock(logMutex);
-    logged << QString(type == QtWarningMsg ? "warning: "
-                      : type == QtInfoMsg  ? "info: "
-                                           : "other: ") +
-                  message;
-}
-static QStringList logLines()
-{
-    const std::lock_guard<std::mutex> lock(logMutex);
-    return logged;
-}
 
 class TestServerInfo : public QObject
 {
     Q_OBJECT
     QTemporaryDir home;
     QString pem = QCoreApplication::applicationDirPath() + "/config/grpcserver.pem";
+    std::unique_ptr<testsupport::LogCapture> log;
 
-    // Entries as "first|second|port"; "-" for a missing SERVERIP, null current for a missing CURSERVERIP.
-    void writeSettings(const QString &current, const QStringList &entries)
+    void serveAt(const QString &current, int port)
     {
-        QDir(home.path()).mkpath("Documents/Tessera");
-        QFile::remove(home.filePath("Documents/Tessera/settings.ini"));
-        QSettings settings(home.filePath("Documents/Tessera/settings.ini"), QSettings::IniFormat);
-        settings.beginGroup("SERVERINFO");
-        if (!current.isNull())
-            settings.setValue("CURSERVERIP", current);
-        settings.beginWriteArray("SERVERS", entries.size());
-        for (int i = 0; i < entries.size(); ++i) {
-            const QStringList parts = entries[i].split('|');
-            settings.setArrayIndex(i);
-            if (parts[0] != "-")
-                settings.setValue("SERVERIP", parts[0]);
-            settings.setValue("SECONDSERVERIP", parts[1]);
-            settings.setValue("SERVERPORT", parts[2]);
-        }
-        settings.endArray();
+        testsupport::writeServerSettings(home.path(), current, {{"127.0.0.1", QString::number(port)}});
     }
 
 private slots:
@@ -62,76 +31,69 @@ private slots:
     {
         qputenv("HOME", home.path().toUtf8());
         QVERIFY(testsupport::placeCertificate(home.path(), pem));
-        qInstallMessageHandler(capture);
+        log.reset(new testsupport::LogCapture);
     }
     void cleanupTestCase()
     {
-        qInstallMessageHandler(nullptr);
+        log.reset();
         testsupport::removeCertificate(pem);
     }
-    void init()
-    {
-        const std::lock_guard<std::mutex> lock(logMutex);
-        logged.clear();
-    }
+    void init() { log->clear(); }
 
-    void matchingEntry_data()
+    void choice_data()
     {
-        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<QStringList>("entries"); // "first|second|port"
+        QTest::addColumn<QString>("current");
+        QTest::addColumn<QString>("old"); // "ip|port" shown before
         QTest::addColumn<QString>("port");
-        QTest::newRow("second address counts like the first")
-            << QStringList{"10.0.0.9|10.0.0.1|443"} << "443";
-        QTest::newRow("first match wins") << QStringList{"10.0.0.1||443", "10.0.0.1||8443"} << "443";
-        QTest::newRow("no SERVERIP, passed over")
-            << QStringList{"-|10.0.0.1|1111", "10.0.0.1||2222"} << "2222";
-        QTest::newRow("comparison is exact") << QStringList{"10.0.0.10||443"} << "";
+        QTest::addColumn<bool>("replace");
+        const auto row = [](const char *name, const QStringList &entries, const QString &current,
+                            const QString &old, const QString &port, bool replace) {
+            QTest::newRow(name) << entries << current << old << port << replace;
+        };
+        const QStringList one{"10.0.0.1||443"};
+        row("second address counts like the first", {"10.0.0.9|10.0.0.1|443"}, "10.0.0.1", "|", "443", true);
+        row("first match wins", {"10.0.0.2||80", "10.0.0.1||443", "10.0.0.1||8443"}, "10.0.0.1", "|", "443",
+            true);
+        row("comparison is exact", {"10.0.0.10||443"}, "10.0.0.1", "|", "", false);
+        row("nothing changed, worker kept", one, "10.0.0.1", "10.0.0.1|443", "443", false);
+        row("port changed", one, "10.0.0.1", "10.0.0.1|80", "443", true);
+        row("address changed, same port", {"10.0.0.2||443"}, "10.0.0.2", "10.0.0.1|443", "443", true);
+        row("no match: port empties, worker kept", one, "10.0.0.7", "10.0.0.1|443", "", false);
+        row("empty address matches an empty second, worker kept", one, "", "10.0.0.1|443", "443", false);
     }
-    void matchingEntry()
+    void choice()
     {
         QFETCH(QStringList, entries);
-        QFETCH(QString, port);
-        writeSettings("10.0.0.1", entries);
-        ServerInfo server;
-        QSignalSpy spy(&server, &ServerInfo::serverInfoChanged);
-        server.checkServerAvailable();
-        QCOMPARE(spy.count(), 1); // with or without a worker
-        QCOMPARE(server.ip(), QString("10.0.0.1"));
-        QCOMPARE(server.port(), port);
-        QCOMPARE(server.worker() != nullptr, !port.isEmpty());
+        QFETCH(QString, current);
+        QFETCH(QString, old);
+        QList<ServerInfo::Entry> list;
+        for (const QString &entry : entries)
+            list.append({entry.section('|', 0, 0), entry.section('|', 1, 1), entry.section('|', 2)});
+        const ServerInfo::Choice choice =
+            ServerInfo::choose(current, list, old.section('|', 0, 0), old.section('|', 1));
+        QCOMPARE(choice.ip, current);
+        QTEST(choice.port, "port");
+        QTEST(choice.replaceWorker, "replace");
     }
 
-    // A stated size far beyond the entries: answered at once, with the answer a
-    // walk over every index would give.
-    void hugeArraySize_data()
+    // What reaches the decision from the file: entries in index order, not the
+    // file's, only those with a first address, and a stated size far beyond
+    // them answered at once.
+    void readsTheFile()
     {
-        QTest::addColumn<QByteArray>("entries");
-        QTest::addColumn<QString>("port");
-        QTest::newRow("no entry at all") << QByteArray() << "";
-        QTest::newRow("one entry far in")
-            << QByteArray("SERVERS\\70000\\SERVERIP=a\nSERVERS\\70000\\SERVERPORT=7\n") << "7";
-        QTest::newRow("lowest index wins, not the file's order")
-            << QByteArray("SERVERS\\9\\SERVERIP=a\nSERVERS\\9\\SERVERPORT=9\n"
-                          "SERVERS\\3\\SERVERIP=a\nSERVERS\\3\\SERVERPORT=3\n")
-            << "3";
-        QTest::newRow("a key that is no index the walk makes")
-            << QByteArray("SERVERS\\03\\SERVERIP=a\nSERVERS\\03\\SERVERPORT=3\n") << "";
-    }
-    void hugeArraySize()
-    {
-        QFETCH(QByteArray, entries);
-        QFETCH(QString, port);
-        QDir(home.path()).mkpath("Documents/Tessera");
-        QFile file(home.filePath("Documents/Tessera/settings.ini"));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write("[SERVERINFO]\nCURSERVERIP=a\nSERVERS\\size=2147483647\n" + entries);
-        file.close();
+        testsupport::writeFile(testsupport::clientFile(home.path(), "settings.ini"),
+                               "[SERVERINFO]\nCURSERVERIP=a\nSERVERS\\size=2147483647\n"
+                               "SERVERS\\70000\\SERVERIP=b\nSERVERS\\70000\\SECONDSERVERIP=a\n"
+                               "SERVERS\\70000\\SERVERPORT=7\n"
+                               "SERVERS\\1\\SECONDSERVERIP=a\nSERVERS\\1\\SERVERPORT=1\n"
+                               "SERVERS\\9\\SERVERIP=a\nSERVERS\\9\\SERVERPORT=9\n");
         ServerInfo server;
         QElapsedTimer clock;
         clock.start();
         server.reloadSettings();
         QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
-        QCOMPARE(server.ip(), QString("a"));
-        QCOMPARE(server.port(), port);
+        QCOMPARE(server.ip() + ":" + server.port(), QString("a:9"));
     }
 
     void arrayIndicesBelowTheStatedSize()
@@ -142,74 +104,70 @@ private slots:
         QCOMPARE(ServerInfo::arrayIndices(groups, -5), QList<int>());
     }
 
-    void workerKeptUntilTheAddressChanges()
+    void workerFollowsTheSettings()
     {
-        writeSettings("127.0.0.1", {"127.0.0.1||5001"});
+        TestServer real(home.path(), "server");
+        QVERIFY(real.start(0));
+        serveAt("127.0.0.1", 5001);
         ServerInfo server;
+        QSignalSpy spy(&server, &ServerInfo::serverInfoChanged);
         server.checkServerAvailable();
         QPointer<const DeskLinkWorker> first = server.worker();
         QVERIFY(first);
         server.checkServerAvailable();
         QCOMPARE(server.worker(), first.data());
 
-        writeSettings("127.0.0.1", {"127.0.0.1||5002"});
+        serveAt("127.0.0.1", real.port());
         server.checkServerAvailable();
         QVERIFY(!first);
-        QCOMPARE(server.worker()->port(), quint16(5002));
-
-        // No matching entry: the port empties, but the worker stays.
-        QPointer<const DeskLinkWorker> second = server.worker();
-        writeSettings("10.9.9.9", {"127.0.0.1||5002"});
-        server.checkServerAvailable();
-        QCOMPARE(server.port(), QString());
-        QCOMPARE(server.worker(), second.data());
-    }
-
-    void vanishedAddressWarnsAndKeepsAsking()
-    {
-        TestServer real(home.path(), "server");
-        QVERIFY(real.start(0));
-        writeSettings("127.0.0.1", {"127.0.0.1||" + QString::number(real.port())});
-        ServerInfo server;
-        QSignalSpy spy(&server, &ServerInfo::serverInfoChanged);
-        server.checkServerAvailable();
+        QCOMPARE(server.worker()->port(), quint16(real.port()));
         QTRY_COMPARE(real.core.calls.load(), 1);
-        const DeskLinkWorker *worker = server.worker();
 
-        writeSettings(QString(), {"127.0.0.1||" + QString::number(real.port())});
+        // Without an address the window shows none, but the worker stays and is still asked.
+        const DeskLinkWorker *worker = server.worker();
+        serveAt(QString(), real.port());
         for (int tick = 0; tick < 3; ++tick)
             server.checkServerAvailable();
-        QCOMPARE(logLines().filter("warning: current server ip empty").size(), 3);
+        QCOMPARE(log->linesWithLevel().filter("warning: current server ip empty").size(), 3);
         QCOMPARE(server.ip() + server.port(), QString());
         QCOMPARE(server.worker(), worker);
         QTRY_COMPARE(real.core.calls.load(), 4);
-        QCOMPARE(spy.count(), 4);
+        QCOMPARE(spy.count(), 6);
     }
 
+    // The worker is made in the language of the client's file at that moment.
+    void replyDecidesAvailability_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("English") << "English" << QString("terminal not registered");
+        QTest::newRow("Chinese") << "Chinese" << QString::fromUtf8("终端未注册");
+    }
     void replyDecidesAvailability()
     {
+        QFETCH(QString, language);
+        QFETCH(QString, text);
+        testsupport::writeLanguageFile(home.path(), language);
         TestServer real(home.path(), "server");
         QVERIFY(real.start(0));
-        writeSettings("127.0.0.1", {"127.0.0.1||" + QString::number(real.port())});
+        serveAt("127.0.0.1", real.port());
         // The model's own first check already asks; its reply shows from the next refresh.
         Probix model;
         ServerInfo *server = model.serverinfo();
-        QCOMPARE(server->port(), QString::number(real.port()));
         QTRY_VERIFY(server->available());
-        QVERIFY(logLines().filter("check server available failed").isEmpty());
-
         real.core.errorCode = 5;
         model.update();
         QTRY_VERIFY(!server->available());
         // One single QString operand, so the line comes out quoted.
-        QTRY_COMPARE(logLines().filter("info: \"check server available failed : ").size(), 1);
-
+        QCOMPARE(log->linesWithLevel().filter("check server"),
+                 QStringList("info: " + testsupport::quoted("check server available failed : " + text)));
         real.core.errorCode = 0;
         model.update();
         QTRY_VERIFY(server->available());
         real.stop();
         model.update();
         QTRY_VERIFY_WITH_TIMEOUT(!server->available(), 3000);
+        QCOMPARE(log->lines().filter("check server").size(), 2);
     }
 };
 
