@@ -97,6 +97,13 @@ struct Channel {
     Fd fd;
     QByteArray kept;
 
+    // The pipe is read without blocking: the wait is poll's.
+    explicit Channel(int readEnd) : fd(readEnd)
+    {
+        if (readEnd >= 0)
+            ::fcntl(readEnd, F_SETFL, O_NONBLOCK);
+    }
+
     enum State { Empty, More, Closed };
     // Reads what the pipe holds now; the pipe does not block. A writer without end gets
     // a bounded share per call (More), so the caller still sees its deadline.
@@ -165,6 +172,73 @@ bool waitReading(pid_t pid, const QDeadlineTimer &deadline, Channel *channels[2]
     }
 }
 
+// The child's wait status, or -1 when it cannot be had.
+int reap(pid_t pid)
+{
+    int status = -1;
+    while (::waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR)
+            return -1;
+    }
+    return status;
+}
+
+// Starts the command with the given ends as its standard channels (output and errors
+// only where they are not forwarded); -1 when it could not be run.
+pid_t spawnChild(const CommandRunner::Command &command, int input, int output, int errors)
+{
+    Spawn spawn;
+    posix_spawn_file_actions_adddup2(&spawn.actions, input, STDIN_FILENO);
+    if (!command.forwardOutput) {
+        posix_spawn_file_actions_adddup2(&spawn.actions, output, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&spawn.actions, errors, STDERR_FILENO);
+    }
+    const QByteArray workDir = QFile::encodeName(command.workDir);
+    if (!workDir.isEmpty())
+        posix_spawn_file_actions_addchdir_np(&spawn.actions, workDir.constData());
+    const sigset_t defaults = everySignal();
+    posix_spawnattr_setsigdefault(&spawn.attributes, &defaults);
+    posix_spawnattr_setflags(&spawn.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF);
+
+    // A bare name is looked up on PATH here, and the child gets the full path as its
+    // argv[0], as QProcess gave it: a shell names itself by it in its error messages.
+    const QString found =
+        command.program.contains('/') ? QString() : QStandardPaths::findExecutable(command.program);
+    QList<QByteArray> words{QFile::encodeName(found.isEmpty() ? command.program : found)};
+    for (const QString &argument : command.arguments)
+        words.append(argument.toLocal8Bit());
+    QVector<char *> argv;
+    for (QByteArray &word : words)
+        argv.append(word.data());
+    argv.append(nullptr);
+    pid_t pid = -1;
+    return ::posix_spawn(&pid, argv[0], &spawn.actions, &spawn.attributes, argv.data(), environ) == 0 ? pid
+                                                                                                      : -1;
+}
+
+struct SystemWait {
+    struct sigaction oldInt = {}, oldQuit = {};
+    sigset_t oldMask;
+    SystemWait()
+    {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigemptyset(&ignore.sa_mask);
+        sigaction(SIGINT, &ignore, &oldInt);
+        sigaction(SIGQUIT, &ignore, &oldQuit);
+        sigset_t childMask;
+        sigemptyset(&childMask);
+        sigaddset(&childMask, SIGCHLD);
+        sigprocmask(SIG_BLOCK, &childMask, &oldMask);
+    }
+    ~SystemWait()
+    {
+        sigaction(SIGINT, &oldInt, nullptr);
+        sigaction(SIGQUIT, &oldQuit, nullptr);
+        sigprocmask(SIG_SETMASK, &oldMask, nullptr);
+    }
+};
+
 } // namespace
 
 namespace CommandRunner
@@ -197,39 +271,12 @@ QList<QByteArray> Result::outputLines() const
 Result run(const Command &command, int waitMs)
 {
     Result result;
-    if (command.program.isEmpty())
-        return result;
     Pipe input, output, errors;
-    if (!input.open() || (!command.forwardOutput && (!output.open() || !errors.open())))
+    if (command.program.isEmpty() || !input.open() ||
+        (!command.forwardOutput && (!output.open() || !errors.open())))
         return result;
-
-    Spawn spawn;
-    posix_spawn_file_actions_adddup2(&spawn.actions, input.read.get(), STDIN_FILENO);
-    if (!command.forwardOutput) {
-        posix_spawn_file_actions_adddup2(&spawn.actions, output.write.get(), STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&spawn.actions, errors.write.get(), STDERR_FILENO);
-    }
-    const QByteArray workDir = QFile::encodeName(command.workDir);
-    if (!workDir.isEmpty())
-        posix_spawn_file_actions_addchdir_np(&spawn.actions, workDir.constData());
-    const sigset_t defaults = everySignal();
-    posix_spawnattr_setsigdefault(&spawn.attributes, &defaults);
-    posix_spawnattr_setflags(&spawn.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF);
-
-    // A bare name is looked up on PATH here, and the child gets the full path as its
-    // argv[0], as QProcess gave it: a shell names itself by it in its error messages.
-    const QString found =
-        command.program.contains('/') ? QString() : QStandardPaths::findExecutable(command.program);
-    QList<QByteArray> words{QFile::encodeName(found.isEmpty() ? command.program : found)};
-    for (const QString &argument : command.arguments)
-        words.append(argument.toLocal8Bit());
-    QVector<char *> argv;
-    for (QByteArray &word : words)
-        argv.append(word.data());
-    argv.append(nullptr);
-
-    pid_t pid = -1;
-    if (::posix_spawn(&pid, argv[0], &spawn.actions, &spawn.attributes, argv.data(), environ) != 0)
+    const pid_t pid = spawnChild(command, input.read.get(), output.write.get(), errors.write.get());
+    if (pid < 0)
         return result;
     result.started = true;
     // Only the child holds these ends now, so the pipes end when it and its own children do.
@@ -237,12 +284,7 @@ Result run(const Command &command, int waitMs)
     output.write.reset();
     errors.write.reset();
 
-    Channel out, err;
-    out.fd.reset(output.read.release());
-    err.fd.reset(errors.read.release());
-    for (const Channel *channel : {&out, &err})
-        if (channel->fd.get() >= 0)
-            ::fcntl(channel->fd.get(), F_SETFL, O_NONBLOCK);
+    Channel out(output.read.release()), err(errors.read.release());
     Channel *channels[2] = {command.forwardOutput ? nullptr : &out, command.forwardOutput ? nullptr : &err};
     int status = 0;
     const QDeadlineTimer deadline =
@@ -256,8 +298,7 @@ Result run(const Command &command, int waitMs)
     } else {
         // The child leads its own process group, whose id is its pid until it is reaped.
         ::kill(-pid, SIGKILL);
-        while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-        }
+        status = reap(pid);
     }
     result.crashed = WIFSIGNALED(status);
     result.exitCode = result.crashed ? WTERMSIG(status) : WEXITSTATUS(status);
@@ -268,47 +309,26 @@ Result run(const Command &command, int waitMs)
 
 int system(const QByteArray &line)
 {
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN;
-    sigemptyset(&ignore.sa_mask);
-    struct sigaction oldInt = {}, oldQuit = {};
-    sigaction(SIGINT, &ignore, &oldInt);
-    sigaction(SIGQUIT, &ignore, &oldQuit);
-
-    sigset_t childMask, oldMask;
-    sigemptyset(&childMask);
-    sigaddset(&childMask, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &childMask, &oldMask);
-
+    // As system() does: the caller ignores SIGINT and SIGQUIT and holds SIGCHLD back
+    // while it waits, the child gets both back at their defaults and the caller's mask.
+    const SystemWait waiting;
     Spawn spawn;
     sigset_t defaults;
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGINT);
     sigaddset(&defaults, SIGQUIT);
     posix_spawnattr_setsigdefault(&spawn.attributes, &defaults);
-    posix_spawnattr_setsigmask(&spawn.attributes, &oldMask);
+    posix_spawnattr_setsigmask(&spawn.attributes, &waiting.oldMask);
     posix_spawnattr_setflags(&spawn.attributes,
                              POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-
     char shell[] = "sh";
     char dashC[] = "-c";
     QByteArray command = line;
     char *argv[] = {shell, dashC, command.data(), nullptr};
     pid_t pid = -1;
-    int status = -1;
-    if (::posix_spawn(&pid, "/bin/sh", &spawn.actions, &spawn.attributes, argv, environ) == 0) {
-        while (::waitpid(pid, &status, 0) < 0) {
-            if (errno != EINTR) {
-                status = -1;
-                break;
-            }
-        }
-    }
-
-    sigaction(SIGINT, &oldInt, nullptr);
-    sigaction(SIGQUIT, &oldQuit, nullptr);
-    sigprocmask(SIG_SETMASK, &oldMask, nullptr);
-    return status;
+    if (::posix_spawn(&pid, "/bin/sh", &spawn.actions, &spawn.attributes, argv, environ) != 0)
+        return -1;
+    return reap(pid);
 }
 
 } // namespace CommandRunner
