@@ -5,6 +5,7 @@
 #include <QUrl>
 
 #include "qmltypes.h"
+#include "scenegraph.h"
 #include "translation.h"
 
 // A test-only build points this at a document that cannot load; the shipped
@@ -15,6 +16,7 @@
 
 int main(int argc, char *argv[])
 {
+    chooseSceneGraphBackend();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication app(argc, argv);
     QApplication::setWindowIcon(QIcon(":/image/probix.ico"));

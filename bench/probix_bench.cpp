@@ -15,6 +15,7 @@
 
 #include "probix.h"
 #include "qmltypes.h"
+#include "scenegraph.h"
 
 static const char *minimalDocument = R"(
 import QtQuick 2.12
@@ -62,6 +63,7 @@ static int firstRefresh(int argc, char **argv)
 // Child: starts like the program does and prints "frame <ms> refresh <ms> rss <kB>".
 static int child(int argc, char **argv, bool real)
 {
+    chooseSceneGraphBackend();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication app(argc, argv);
     registerQmlTypes();

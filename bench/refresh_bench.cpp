@@ -27,6 +27,7 @@
 
 #include "probix.h"
 #include "qmltypes.h"
+#include "scenegraph.h"
 
 extern char **environ;
 
@@ -156,6 +157,8 @@ double median(QVector<double> values)
 
 int main(int argc, char **argv)
 {
+    // The windows draw as the program's does.
+    chooseSceneGraphBackend();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     if (argc >= 2 && qstrcmp(argv[1], "--record") == 0)
         return recordChild(argc, argv);
