@@ -33,7 +33,7 @@ private slots:
         QTest::newRow("later NAME, inner quotes, low 32 bits")
             << QByteArray("NAME=a\nNAME=\"b\"c\"\nVERSION_ID=4294967297\n") << "b\"c||1.0.0.0";
         QTest::newRow("lsb file") << os("ubuntu-24.04.lsb-release") << "Ubuntu|Ubuntu 24.04.3 LTS|24.4.0.0";
-        QTest::newRow("lsb-release: quoted id, unquoted description cut short, any separator")
+        QTest::newRow("lsb: quoted id, unquoted description cut short, any separator")
             << QByteArray("DISTRIB_ID=\"Corp\"\nDISTRIB_DESCRIPTION=Plain\nDISTRIB_RELEASE=5-6 7x8\n")
             << "\"Corp\"|DISTRIB_DESCRIPTION=Plai|5.6.7.8";
     }
@@ -54,14 +54,10 @@ private slots:
             QCOMPARE(getOsInfo(root.path().toStdString()).fullName, file.toStdString());
         }
     }
-    void kernel()
+    void kernelAndMemory()
     {
-        QCOMPARE(version(kernelInfo("Linux", "5.4.0-77-generic")), QString("5.4.0.77"));
-        QCOMPARE(version(kernelInfo("Linux", "2.6\0009")), QString("2.6.0.0")); // nothing past the end
+        QCOMPARE(version(kernelInfo("Linux", "5.4.0-77-generic")), QString("5.4.0.77")); // "-" counts as "."
         QCOMPARE(kernelInfo("Darwin", "21.6.0").kernel, KernelType::darwin);
-    }
-    void memory()
-    {
         const MemoryInfo m = getMemoryInfo(
             qPrintable(testsupport::fixturePath("meminfo/x86-server-xeon-e5-2690-128gb-two-numa-nodes.txt")));
         QCOMPARE(QList<quint64>({m.physicalTotal, m.physicalAvailable, m.virtualTotal, m.virtualAvailable}),
@@ -72,10 +68,9 @@ private slots:
     {
         QTemporaryDir input;
         const QByteArray pattern = QFile::encodeName(input.filePath("mouse*"));
-        for (const QString node : {"mice", "event0", "mouse0", "mouse1"}) {
-            QCOMPARE(countMice(pattern.constData()), node == "mouse1" ? 1u : 0u);
+        QCOMPARE(countMice(pattern.constData()), 0u); // the unmatched pattern comes back as one word
+        for (const QString node : {"mice", "event0", "mouse0", "mouse1"})
             writeFile(input.filePath(node), QByteArray());
-        }
         QCOMPARE(countMice(pattern.constData()), 2u);
         QCOMPARE(countMice((pattern + ";|").constData()), 0u); // rejected by the shell rules
         const QByteArray pwned = QFile::encodeName(input.filePath("pwned"));

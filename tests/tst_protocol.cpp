@@ -1,5 +1,5 @@
-// The generated protocol classes as peers see them: field numbers and message ids in
-// exact bytes, the oneof that the schema groups, and method paths they match on.
+// The generated protocol classes as peers see them: field numbers and message ids in exact bytes, the
+// oneof that the schema groups, and the method paths they match on.
 #include <google/protobuf/descriptor.h>
 
 #include "client/client_core.grpc.pb.h"
@@ -14,8 +14,8 @@ class TestProtocol : public QObject
 private slots:
     void wireLayout()
     {
-        // A blocking call in its envelope: id 64 in field 1, the request in field 2,
-        // uuid and wrapped message in fields 1 and 2 of the request.
+        // A blocking call in its envelope: id 64 in field 1, the request in field 2, uuid and wrapped
+        // message in fields 1 and 2 of the request.
         common::BlockingCallReq request;
         request.set_uuid("u");
         request.set_originalmessage("\x08\x07");
@@ -25,34 +25,31 @@ private slots:
         QCOMPARE(QByteArray::fromStdString(envelope.SerializeAsString()),
                  QByteArray("\x08\x40\x12\x07\x0a\x01u\x12\x02\x08\x07", 11));
         // The answer carries its id as 65 and its record in field 5.
-        QVERIFY(envelope.ParseFromString(std::string("\x08\x41\x12\x06\x0a\x01u\x2a\x01z", 10)));
-        QCOMPARE(envelope.messageid(), int(common::MESSAGE_ID_RESPONSE_OF_BLOCKING_CALL));
         common::BlockingCallResp response;
-        QVERIFY(response.ParseFromString(envelope.content()));
+        QVERIFY(envelope.ParseFromString(std::string("\x08\x41\x12\x06\x0a\x01u\x2a\x01z", 10)) &&
+                response.ParseFromString(envelope.content()));
+        QCOMPARE(envelope.messageid(), int(common::MESSAGE_ID_RESPONSE_OF_BLOCKING_CALL));
         QCOMPARE(response.uuid() + '|' + response.content(), std::string("u|z"));
-        // Content and its meta share one oneof: the later write wins.
-        client::onekeyHelpUploadReq upload;
+        client::onekeyHelpUploadReq upload; // content and its meta share one oneof: the later write wins
         upload.set_content("block");
         upload.mutable_onekeyhelpuploadreqmeta()->set_taskid(9);
         QVERIFY(upload.content().empty());
     }
-
     void methodPaths()
     {
-        const auto path = [](const std::string &service, const std::string &method) {
-            const auto *found =
-                google::protobuf::DescriptorPool::generated_pool()->FindServiceByName(service);
-            const auto *m = found ? found->FindMethodByName(method) : nullptr;
-            return m ? QString::fromStdString("/" + found->full_name() + "/" + m->name()) +
-                           (m->client_streaming() ? " >" : "") + (m->server_streaming() ? " <" : "")
-                     : QString();
-        };
-        QCOMPARE(path(client::ClientCore::service_full_name(), "ApplyForDeviceInfo"),
-                 "/client.ClientCore/ApplyForDeviceInfo");
-        QCOMPARE(path(client::ClientCore::service_full_name(), "queryVoiRunningMode"),
-                 "/client.ClientCore/queryVoiRunningMode");
-        QCOMPARE(path(client::ClientCore::service_full_name(), "onekeyHelpUseGateway"),
-                 "/client.ClientCore/onekeyHelpUseGateway >");
+        const auto *service = google::protobuf::DescriptorPool::generated_pool()->FindServiceByName(
+            client::ClientCore::service_full_name());
+        QVERIFY(service);
+        QStringList paths; // " >": the client streams
+        for (const char *name : {"ApplyForDeviceInfo", "queryVoiRunningMode", "onekeyHelpUseGateway"}) {
+            const auto *m = service->FindMethodByName(name);
+            paths << (m ? QString::fromStdString("/" + service->full_name() + "/" + m->name()) +
+                              (m->client_streaming() ? " >" : "") + (m->server_streaming() ? " <" : "")
+                        : QString());
+        }
+        QCOMPARE(paths, QStringList({"/client.ClientCore/ApplyForDeviceInfo",
+                                     "/client.ClientCore/queryVoiRunningMode",
+                                     "/client.ClientCore/onekeyHelpUseGateway >"}));
     }
 };
 

