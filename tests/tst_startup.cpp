@@ -36,42 +36,34 @@ private slots:
         QCOMPARE(QImage(":/image/probix.ico").pixelColor(0, 0).alpha(), 0);
     }
 
+    // Only the Latin fonts, so a terminal without a CJK font still starts and closes.
     void closeButtonEndsWithZero_data()
     {
-        QTest::addColumn<bool>("withoutCjkFonts");
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("title");
-        const QString chinese = QString::fromUtf8("硬件检测");
-        QTest::newRow("usual fonts") << false << "Chinese" << chinese;
-        QTest::newRow("no CJK font installed") << true << "Chinese" << chinese;
-        QTest::newRow("English language file") << false << "English"
+        QTest::newRow("Chinese") << "Chinese" << QString::fromUtf8("硬件检测");
+        QTest::newRow("English language file") << "English"
                                                << "Hardware detection";
     }
-
     void closeButtonEndsWithZero()
     {
-        QFETCH(bool, withoutCjkFonts);
         QFETCH(QString, language);
         QFETCH(QString, title);
         if (QStandardPaths::findExecutable("xdotool").isEmpty())
             QSKIP("xdotool is not installed (scripts/setup.sh installs it)");
-
         QTemporaryDir home;
         testsupport::writeLanguageFile(home.path(), language);
+        testsupport::writeFile(
+            home.filePath("fonts.conf"),
+            "<?xml version=\"1.0\"?><fontconfig><dir>/usr/share/fonts/truetype/dejavu</dir>"
+            "<cachedir>" +
+                home.filePath("cache").toUtf8() + "</cachedir></fontconfig>");
         QProcess probix;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("HOME", home.path());
         environment.insert("QSG_RENDER_LOOP", "basic");
+        environment.insert("FONTCONFIG_FILE", home.filePath("fonts.conf"));
         environment.remove("QT_QPA_PLATFORM");
-        if (withoutCjkFonts) {
-            // A font configuration that knows only the Latin fonts.
-            testsupport::writeFile(
-                home.filePath("fonts.conf"),
-                "<?xml version=\"1.0\"?><fontconfig><dir>/usr/share/fonts/truetype/dejavu</dir>"
-                "<cachedir>" +
-                    home.filePath("cache").toUtf8() + "</cachedir></fontconfig>");
-            environment.insert("FONTCONFIG_FILE", home.filePath("fonts.conf"));
-        }
         probix.setProcessEnvironment(environment);
         probix.start(PROBIX_BIN, QStringList());
         QVERIFY(probix.waitForStarted());
@@ -82,12 +74,10 @@ private slots:
         QCOMPARE(xdotool({"getwindowname", id}), title);
         const QString geometry = xdotool({"getwindowgeometry", id});
         QVERIFY2(geometry.contains("740x570"), qPrintable(geometry));
-
         // The close button sits 20 px from the right edge in the 50 px title bar.
         xdotool({"mousemove", "--window", id, "703", "25", "click", "1"});
         QVERIFY(probix.waitForFinished(20000));
-        QCOMPARE(probix.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(probix.exitCode(), 0);
+        QCOMPARE(probix.exitStatus() == QProcess::NormalExit ? probix.exitCode() : -1, 0);
         QVERIFY(probix.readAllStandardError().contains("close Button clicked ~!!!!"));
     }
 
@@ -100,8 +90,7 @@ private slots:
         broken.setProcessEnvironment(environment);
         broken.start(PROBIX_BROKEN_BIN, QStringList());
         QVERIFY(broken.waitForFinished(30000));
-        QCOMPARE(broken.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(broken.exitCode(), 255);
+        QCOMPARE(broken.exitStatus() == QProcess::NormalExit ? broken.exitCode() : -1, 255);
         QVERIFY(broken.readAllStandardError().contains("absent.qml"));
     }
 };
