@@ -80,19 +80,20 @@ private slots:
         QVERIFY(launcher.waitForFinished(5000) && launcher.exitCode() == 128 + 9); // SIGKILL
         QCOMPARE(fakes.fakeLog().value(0), "sudo kill -9 " + pid); // before dpkg is asked anything
         QCOMPARE(fakes.fakeLog().filter("uninstall.sh"), path == install ? QStringList(cmd) : QStringList());
-        const int said = fakes.messagesWithLevel().indexOf(
-            p.level + "[ uninstall" + p.process + " ] run uninstallSh :  " + testsupport::quoted(cmd));
-        QCOMPARE(said >= 0, path == install); // at info for one product, debug for the other
+        // At info for one product, debug for the other.
+        QCOMPARE(fakes.messagesWithLevel().filter("run uninstallSh"),
+                 path == install ? QStringList(p.level + "[ uninstall" + p.process +
+                                               " ] run uninstallSh :  " + testsupport::quoted(cmd))
+                                 : QStringList());
         const int before = fakes.commands().size();
-        QCOMPARE(p.getField(), files.isEmpty() ? QString() : p.field);
-        QCOMPARE(p.getPath(), path);
+        const QString field = p.getField(); // asked before the path
+        QCOMPARE(field + '|' + p.getPath(), (files.isEmpty() ? QString() : p.field) + '|' + path);
         QCOMPARE(fakes.commands().mid(before),
                  testsupport::quoted({p.fieldCmd, p.nameCmd,
                                       "sudo dpkg --admindir=/userdata/var/lib/dpkg -L \"" +
                                           (files.isEmpty() ? QString() : p.package) +
                                           "\" | grep -wi \"start.sh\""}));
     }
-
     // The package database is written by whoever built the package: its names and
     // folders must not run the touch that sits in the shell's working folder here.
     void shellSyntaxFromThePackageDatabaseRunsNothing()
@@ -112,7 +113,6 @@ private slots:
         QVERIFY(fakes.fakeLog().filter("uninstall.sh").isEmpty());
         QCOMPARE(fakes.messages().filter("refused").size(), 2);
     }
-
     void removeUsbDriveFilesOnLinux()
     {
         removeUsbDriveFiles(); // off Windows each driver path is one odd name in the current folder
