@@ -157,21 +157,11 @@ std::vector<InstructionSetExtension> instructionSetExtensions(const CpuidQuery &
     for (const ExtensionBit &row : extensionTable) {
         bool open = false;
         switch (row.gate) {
-        case Gate::basic:
-            open = highestLeaf > 0;
-            break;
-        case Gate::leaf7:
-            open = highestLeaf > 6;
-            break;
-        case Gate::leaf7Avx:
-            open = highestLeaf > 6 && avx;
-            break;
-        case Gate::avx512:
-            open = avx512;
-            break;
-        case Gate::extended:
-            open = highestExtendedLeaf > 0x80000000u;
-            break;
+        case Gate::basic: open = highestLeaf > 0; break;
+        case Gate::leaf7: open = highestLeaf > 6; break;
+        case Gate::leaf7Avx: open = highestLeaf > 6 && avx; break;
+        case Gate::avx512: open = avx512; break;
+        case Gate::extended: open = highestExtendedLeaf > 0x80000000u; break;
         }
         if (!open)
             continue;
@@ -235,14 +225,10 @@ std::uint64_t cacheSize(std::istream &text)
         return 0;
     // The kernel writes upper-case units; lower-case ones are left as read on purpose.
     switch (text.get()) {
-    case 'K':
-        return size << 10;
-    case 'M':
-        return size << 20;
-    case 'G':
-        return size << 30;
-    default:
-        return size;
+    case 'K': return size << 10;
+    case 'M': return size << 20;
+    case 'G': return size << 30;
+    default: return size;
     }
 }
 

@@ -103,9 +103,7 @@ bool getHostIp(const QString &serverAddr, const quint16 &port, QString &hostMac,
         }
         Q_FALLTHROUGH();
     }
-    case HostIpChoice::Default:
-        toolkitlog::tag(qInfo(), "getHostIp") << "Return default ip";
-        break;
+    case HostIpChoice::Default: toolkitlog::tag(qInfo(), "getHostIp") << "Return default ip"; break;
     }
     hostMac = filterInvalidVpnMac(macList.at(index), macList);
     hostIp = addresses.at(index).ip;
