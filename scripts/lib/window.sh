@@ -29,11 +29,13 @@ screenshot() {
 }
 
 # Prints the text of the screenshot $1 read by OCR in language $2 (eng, chi_sim+eng).
+# Tripled, and read as sparse text: the window's small grey lines and its rows' wide
+# gaps made tesseract's page layout drop a whole row of the software renderer's text.
 read_text() {
     local big
     big=$(mktemp --suffix=.png)
-    convert "$1" -resize 200% "$big"
-    tesseract "$big" - -l "$2" 2>/dev/null
+    convert "$1" -resize 300% "$big"
+    tesseract "$big" - -l "$2" --psm 11 2>/dev/null
     rm -f "$big"
 }
 
