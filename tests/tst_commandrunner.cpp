@@ -77,7 +77,7 @@ private slots:
         QTest::newRow("missing program") << QString() << QString() << 2000;
         // The job holds the pipes open: the child's own end is what is waited for.
         QTest::newRow("killed, a job left behind")
-            << "echo done; sleep 3 & kill -TERM $$" << QString() << 1500;
+            << "echo done; sleep 10 & kill -TERM $$" << QString() << 1500;
     }
     void sameAsTheOldStart()
     {
