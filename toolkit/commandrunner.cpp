@@ -2,6 +2,7 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QVector>
@@ -202,9 +203,13 @@ pid_t spawnChild(const CommandRunner::Command &command, int input, int output, i
 
     // A bare name is looked up on PATH here, and the child gets the full path as its
     // argv[0], as QProcess gave it: a shell names itself by it in its error messages.
-    const QString found =
-        command.program.contains('/') ? QString() : QStandardPaths::findExecutable(command.program);
-    QList<QByteArray> words{QFile::encodeName(found.isEmpty() ? command.program : found)};
+    const bool bare = !command.program.contains('/');
+    const QString found = bare ? QStandardPaths::findExecutable(command.program) : command.program;
+    // A program that is not there is not started. posix_spawn would say so too, but not
+    // under qemu-user, whose vfork is a fork: there the child could only exit with 127.
+    if (found.isEmpty() || (QFileInfo(found).isAbsolute() && !QFileInfo(found).isExecutable()))
+        return -1;
+    QList<QByteArray> words{QFile::encodeName(found)};
     for (const QString &argument : command.arguments)
         words.append(argument.toLocal8Bit());
     QVector<char *> argv;
